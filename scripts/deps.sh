@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Installs the Debian/Ubuntu packages that are missing for building (and, with --test, testing)
+# Ostrel. Uses sudo when not run as root. Safe to run again: installed packages are skipped.
+set -euo pipefail
+
+build_pkgs=(g++ cmake ninja-build pkg-config ccache
+            libgtkmm-4.0-dev libwebkitgtk-6.0-dev libsoup-3.0-dev nlohmann-json3-dev
+            libqrcodegencpp-dev libicu-dev libgtest-dev
+            glib-networking librsvg2-common adwaita-icon-theme fonts-dejavu-core dbus-bin)
+test_pkgs=(xvfb xauth dbus-daemon zbar-tools imagemagick)
+
+pkgs=("${build_pkgs[@]}")
+if [[ "${1:-}" == "--test" ]]; then pkgs+=("${test_pkgs[@]}"); fi
+
+missing=()
+for p in "${pkgs[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
+    missing+=("$p")
+  fi
+done
+[[ ${#missing[@]} -eq 0 ]] && exit 0
+
+echo "Installing missing packages: ${missing[*]}"
+sudo_cmd=()
+if [[ $(id -u) -ne 0 ]]; then sudo_cmd=(sudo); fi
+"${sudo_cmd[@]}" apt-get update -qq
+DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}"

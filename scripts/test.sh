@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Builds Ostrel with warnings as errors (installing missing packages first) and runs every test on
+# a virtual display with a private session bus. Extra arguments go to ctest (e.g. -R Settings).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/deps.sh --test
+cmake -S . -B build-tests -G Ninja -DCMAKE_BUILD_TYPE=Debug -DOSTREL_WERROR=ON >/dev/null
+cmake --build build-tests
+exec dbus-run-session -- xvfb-run -a -s "-screen 0 1280x1024x24" \
+  ctest --test-dir build-tests --output-on-failure -j2 "$@"

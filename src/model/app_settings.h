@@ -1,0 +1,73 @@
+#pragma once
+// The user's persistent choices, in a key file at $XDG_CONFIG_HOME/ostrel/settings.ini. Each
+// assignment is saved at once with an atomic replace; nothing is written before the first one. A
+// file that cannot be read gives the defaults and is kept (as settings.ini.bad) when first replaced.
+
+#include "async/gobject_ptr.h"
+#include "model/usage.h"
+#include "ui/gauges/gauge_theme.h"
+
+#include <set>
+#include <sigc++/signal.h>
+#include <string>
+
+namespace ostrel {
+
+using ProviderSet = std::set<ProviderID>;
+
+class AppSettings {
+  public:
+    static constexpr const char* themeKey = "gaugeTheme";
+    static constexpr const char* enabledKey = "enabledProviders";
+    static constexpr const char* resetTimeKey = "resetTimeProviders";
+    static constexpr const char* selectedProviderKey = "selectedProvider";
+
+    // Loads from the default location.
+    AppSettings();
+    // Loads from `path` (tests, and anyone who keeps settings elsewhere).
+    explicit AppSettings(std::string path);
+    AppSettings(const AppSettings&) = delete;
+    AppSettings& operator=(const AppSettings&) = delete;
+
+    GaugeTheme theme() const { return theme_; }
+    const ProviderSet& enabled() const { return enabled_; }
+    const ProviderSet& resetTimeShown() const { return resetTimeShown_; }
+    // Raw value of the panel's chosen tab; not validated here (the panel falls back itself).
+    const std::string& selectedProvider() const { return selectedProvider_; }
+
+    void setTheme(GaugeTheme theme);
+    void setEnabled(ProviderSet set);
+    void setResetTimeShown(ProviderSet set);
+    void setSelectedProvider(std::string raw);
+
+    // The boolean views the settings screen binds its switches to.
+    bool isEnabled(ProviderID id) const { return enabled_.contains(id); }
+    void setProviderEnabled(ProviderID id, bool on);
+    bool showsResetTime(ProviderID id) const { return resetTimeShown_.contains(id); }
+    void setResetTimeShown(ProviderID id, bool on);
+
+    const std::string& path() const { return path_; }
+
+    // Emitted after every assignment, whatever field it was.
+    sigc::signal<void()> changed;
+    // Emitted after an assignment of `enabled` (the model refreshes on it).
+    sigc::signal<void()> enabledChanged;
+
+  private:
+    void load();
+    ProviderSet loadSet(const char* key, ProviderSet fallback) const;
+    void saveSet(const ProviderSet& set, const char* key);
+    void write();
+
+    std::string path_;
+    GKeyFilePtr file_;
+    bool unreadable_ = false; // the file exists but could not be parsed: keep it on first write
+    GaugeTheme theme_ = GaugeTheme::glass;
+    ProviderSet enabled_;
+    ProviderSet resetTimeShown_;
+    std::string selectedProvider_;
+};
+
+std::string defaultSettingsPath();
+
+} // namespace ostrel

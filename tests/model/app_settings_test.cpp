@@ -1,0 +1,135 @@
+#include "model/app_settings.h"
+#include "support/test_env.h"
+
+#include <algorithm>
+#include <glib/gstdio.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace ostrel;
+using ostrel::test::readFile;
+using ostrel::test::TempDir;
+using ostrel::test::writeFile;
+
+namespace {
+const ProviderSet all{ProviderID::claude, ProviderID::cursor, ProviderID::codex};
+
+std::string settingsFile(const TempDir& dir) {
+    return dir.file("ostrel/settings.ini");
+}
+
+void store(const TempDir& dir, const std::string& body) {
+    g_mkdir_with_parents(dir.file("ostrel").c_str(), 0700);
+    writeFile(settingsFile(dir), body);
+}
+} // namespace
+
+TEST(AppSettings, FirstRunGivesDefaultsAndWritesNothing) {
+    TempDir dir;
+    AppSettings s(settingsFile(dir));
+    EXPECT_EQ(s.theme(), GaugeTheme::glass);
+    EXPECT_EQ(s.enabled(), all);
+    EXPECT_EQ(s.resetTimeShown(), ProviderSet{ProviderID::claude});
+    EXPECT_EQ(s.selectedProvider(), "claude");
+    EXPECT_FALSE(test::fileExists(settingsFile(dir)));
+}
+
+TEST(AppSettings, StoredValuesLoadWithUnknownNamesDroppedAndEmptyListsKept) {
+    TempDir dir;
+    store(dir, "[Ostrel]\ngaugeTheme=candle\nenabledProviders=codex;gemini;\nresetTimeProviders=\n"
+               "selectedProvider=codex\n");
+    AppSettings s(settingsFile(dir));
+    EXPECT_EQ(s.theme(), GaugeTheme::candle);
+    EXPECT_EQ(s.enabled(), ProviderSet{ProviderID::codex});
+    EXPECT_TRUE(s.resetTimeShown().empty()) << "a stored empty list is not the default";
+    EXPECT_EQ(s.selectedProvider(), "codex");
+}
+
+TEST(AppSettings, UnknownThemeFallsBackToGlass) {
+    TempDir dir;
+    store(dir, "[Ostrel]\ngaugeTheme=theme2\n");
+    EXPECT_EQ(AppSettings(settingsFile(dir)).theme(), GaugeTheme::glass);
+}
+
+TEST(AppSettings, EveryAssignmentIsSavedAtOnceAndSignalled) {
+    TempDir dir;
+    const std::string path = settingsFile(dir);
+    {
+        AppSettings s(path);
+        int changes = 0, enabledChanges = 0;
+        s.changed.connect([&] { ++changes; });
+        s.enabledChanged.connect([&] { ++enabledChanges; });
+        s.setProviderEnabled(ProviderID::cursor, false);
+        EXPECT_EQ(AppSettings(path).enabled(), (ProviderSet{ProviderID::claude, ProviderID::codex}))
+            << "saved before the next read, not at exit";
+        s.setTheme(GaugeTheme::hearts);
+        s.setResetTimeShown(ProviderID::codex, true);
+        s.setSelectedProvider("cursor");
+        EXPECT_EQ(changes, 4);
+        EXPECT_EQ(enabledChanges, 1);
+        s.setEnabled({});
+    }
+    AppSettings again(path);
+    EXPECT_EQ(again.theme(), GaugeTheme::hearts);
+    EXPECT_TRUE(again.enabled().empty()) << "all services may be off";
+    EXPECT_EQ(again.resetTimeShown(), (ProviderSet{ProviderID::claude, ProviderID::codex}));
+    EXPECT_EQ(again.selectedProvider(), "cursor");
+    struct stat st {};
+    ASSERT_EQ(stat(path.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0600u);
+}
+
+TEST(AppSettings, UnrelatedContentOfTheFileSurvivesASave) {
+    TempDir dir;
+    store(dir, "# kept\n[Ostrel]\ngaugeTheme=plant\n[Other]\nx=1\n");
+    AppSettings(settingsFile(dir)).setProviderEnabled(ProviderID::claude, false);
+    const std::string text = readFile(settingsFile(dir));
+    EXPECT_NE(text.find("gaugeTheme=plant"), std::string::npos);
+    EXPECT_NE(text.find("[Other]"), std::string::npos);
+    EXPECT_NE(text.find("# kept"), std::string::npos);
+}
+
+TEST(AppSettings, CorruptFileGivesDefaultsAndIsKeptUntilTheUserChangesSomething) {
+    TempDir dir;
+    const std::string junk = "\x01\x02 this is [[[ not a key file\nenabledProviders\n";
+    store(dir, junk);
+    {
+        testing::internal::CaptureStdout();
+        AppSettings s(settingsFile(dir));
+        const std::string out = testing::internal::GetCapturedStdout();
+        EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
+        EXPECT_EQ(s.enabled(), all);
+        EXPECT_EQ(readFile(settingsFile(dir)), junk) << "loading never rewrites the file";
+        testing::internal::CaptureStdout();
+        s.setTheme(GaugeTheme::meter);
+        testing::internal::GetCapturedStdout();
+    }
+    EXPECT_EQ(readFile(settingsFile(dir) + ".bad"), junk);
+    EXPECT_EQ(AppSettings(settingsFile(dir)).theme(), GaugeTheme::meter);
+}
+
+TEST(AppSettings, UnwritableFolderWarnsAndKeepsWorking) {
+    if (geteuid() == 0) GTEST_SKIP() << "root ignores folder permissions";
+    TempDir dir;
+    g_mkdir_with_parents(dir.file("ostrel").c_str(), 0700);
+    g_chmod(dir.file("ostrel").c_str(), 0500);
+    AppSettings s(settingsFile(dir));
+    testing::internal::CaptureStdout();
+    s.setTheme(GaugeTheme::bubble);
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_NE(out.find("could not be saved"), std::string::npos) << out;
+    EXPECT_EQ(s.theme(), GaugeTheme::bubble) << "the choice holds for this run";
+}
+
+TEST(AppSettings, FolderThatIsAFileWarnsAndKeepsWorking) {
+    // Works for root too: nothing can create a folder where a file stands.
+    TempDir dir;
+    writeFile(dir.file("ostrel"), "not a folder");
+    AppSettings s(settingsFile(dir));
+    testing::internal::CaptureStdout();
+    s.setProviderEnabled(ProviderID::codex, false);
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_NE(out.find("not saved"), std::string::npos) << out;
+    EXPECT_FALSE(s.isEnabled(ProviderID::codex));
+}

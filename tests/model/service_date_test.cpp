@@ -1,0 +1,58 @@
+#include "model/service_date.h"
+
+#include <gtest/gtest.h>
+
+using namespace ostrel;
+using namespace std::chrono;
+
+namespace {
+TimePoint utc(int y, unsigned mo, unsigned d, int h, int mi, int s, int ms = 0) {
+    return time_point_cast<system_clock::duration>(sys_days(year(y) / mo / d) + hours(h) + minutes(mi) +
+                                                   seconds(s) + milliseconds(ms));
+}
+} // namespace
+
+TEST(ServiceDate, CutsLongFractionsToMilliseconds) {
+    EXPECT_EQ(cutFractionToMillis("2025-01-01T10:00:00.123456Z"), "2025-01-01T10:00:00.123Z");
+    EXPECT_EQ(cutFractionToMillis("a.1234 b.56789"), "a.123 b.567") << "every match is cut";
+    EXPECT_EQ(parseServiceDate("2025-01-01T10:00:00.123456Z"), utc(2025, 1, 1, 10, 0, 0, 123));
+    EXPECT_EQ(parseServiceDate("2025-01-01T10:00:00.123456789+00:00"), utc(2025, 1, 1, 10, 0, 0, 123));
+}
+
+TEST(ServiceDate, ReadsBothFormsAndOffsets) {
+    EXPECT_EQ(parseServiceDate("2025-01-01T10:00:00Z"), utc(2025, 1, 1, 10, 0, 0));
+    EXPECT_EQ(parseServiceDate("2025-01-01T10:00:00.5Z"), utc(2025, 1, 1, 10, 0, 0, 500));
+    EXPECT_EQ(parseServiceDate("2025-01-01T12:30:00+02:30"), utc(2025, 1, 1, 10, 0, 0));
+    EXPECT_EQ(parseServiceDate("2024-12-31T23:00:00-11:00"), utc(2025, 1, 1, 10, 0, 0));
+    EXPECT_EQ(parseServiceDate("2025-01-01t10:00:00z"), utc(2025, 1, 1, 10, 0, 0))
+        << "RFC 3339 allows lower case";
+    EXPECT_EQ(parseServiceDate("2024-02-29T00:00:00Z"), utc(2024, 2, 29, 0, 0, 0));
+}
+
+TEST(ServiceDate, LeapSecondIsTheNextMinutesFirstSecond) {
+    EXPECT_EQ(parseServiceDate("2016-12-31T23:59:60Z"), utc(2017, 1, 1, 0, 0, 0));
+}
+
+TEST(ServiceDate, AnythingElseIsNoDate) {
+    for (const char* bad : {"",
+                            "garbage",
+                            "2025-01-01",
+                            "2025-01-01T10:00Z",
+                            "2025-01-01T10:00:00",
+                            "2025-01-01 10:00:00Z",
+                            "2025-13-01T10:00:00Z",
+                            "2025-02-30T10:00:00Z",
+                            "2023-02-29T10:00:00Z",
+                            "2025-01-01T24:00:00Z",
+                            "2025-01-01T10:60:00Z",
+                            "2025-01-01T10:00:61Z",
+                            "2025-01-01T10:00:00.Z",
+                            "2025-01-01T10:00:00+0200",
+                            "2025-01-01T10:00:00+24:00",
+                            "2025-01-01T10:00:00Z ",
+                            " 2025-01-01T10:00:00Z",
+                            "25-01-01T10:00:00Z",
+                            "2025-1-01T10:00:00Z",
+                            "1735725600"})
+        EXPECT_EQ(parseServiceDate(bad), std::nullopt) << bad;
+}
