@@ -1,0 +1,41 @@
+#include "web/web_context.h"
+
+#include <cstdio>
+#include <glib/gstdio.h>
+
+namespace ostrel {
+
+namespace {
+void makePrivateDir(const std::string& path) {
+    if (g_mkdir_with_parents(path.c_str(), 0700) != 0)
+        std::printf("[Ostrel] Could not create %s; logins will not be kept\n", path.c_str());
+    // Tighten folders that already existed with looser modes: they hold login cookies.
+    g_chmod(path.c_str(), 0700);
+}
+} // namespace
+
+std::string WebContext::defaultDataDir() {
+    GCharPtr p(g_build_filename(g_get_user_data_dir(), "ostrel", "web", nullptr));
+    return p.get();
+}
+
+std::string WebContext::defaultCacheDir() {
+    GCharPtr p(g_build_filename(g_get_user_cache_dir(), "ostrel", "web", nullptr));
+    return p.get();
+}
+
+WebContext::WebContext() : WebContext(defaultDataDir(), defaultCacheDir()) {}
+
+WebContext::WebContext(std::string dataDir, std::string cacheDir)
+    : dataDir_(std::move(dataDir)), cacheDir_(std::move(cacheDir)) {
+    makePrivateDir(dataDir_);
+    makePrivateDir(cacheDir_);
+    network_ = adopt(webkit_network_session_new(dataDir_.c_str(), cacheDir_.c_str()));
+    GCharPtr cookieFile(g_build_filename(dataDir_.c_str(), "cookies.sqlite", nullptr));
+    webkit_cookie_manager_set_persistent_storage(cookies(), cookieFile.get(),
+                                                 WEBKIT_COOKIE_PERSISTENT_STORAGE_SQLITE);
+    webkit_cookie_manager_set_accept_policy(cookies(), WEBKIT_COOKIE_POLICY_ACCEPT_NO_THIRD_PARTY);
+    http_ = adopt(soup_session_new_with_options("user-agent", userAgent, nullptr));
+}
+
+} // namespace ostrel

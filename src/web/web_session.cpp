@@ -1,0 +1,291 @@
+#include "web/web_session.h"
+
+#include "async/loop.h"
+#include "model/usage.h"
+
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+namespace ostrel {
+
+const char* const pageFetchScript =
+    "try {\n"
+    "    const ctrl = new AbortController();\n"
+    "    setTimeout(() => ctrl.abort(), 15000);   // give up after 15 seconds\n"
+    "    const r = await fetch(url, { credentials: \"include\", headers: "
+    "Object.assign({ \"Accept\": \"application/json\" }, extra), signal: ctrl.signal });\n"
+    "    return JSON.stringify({ code: r.status, body: await r.text() });\n"
+    "} catch (e) {\n"
+    "    return JSON.stringify({ code: -1, body: String(e) + \" (page: \" + "
+    "location.href + \")\" });\n"
+    "}";
+
+namespace {
+
+bool endsWith(std::string_view s, std::string_view suffix) {
+    return s.size() >= suffix.size() && s.compare(s.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+// The cookie domain is the host, its leading-dot form, or a sub-domain of it. A plain suffix test
+// would also take "notclaude.ai" for "claude.ai" and send that site's cookies along.
+bool cookieBelongsTo(std::string_view domain, std::string_view host) {
+    if (domain == host) return true;
+    return domain.size() > host.size() && endsWith(domain, host) &&
+           domain[domain.size() - host.size() - 1] == '.';
+}
+
+std::string hostOf(const char* uri) {
+    if (!uri) return {};
+    GUri* parsed = g_uri_parse(uri, G_URI_FLAGS_NONE, nullptr);
+    if (!parsed) return {};
+    std::string host = g_uri_get_host(parsed) ? g_uri_get_host(parsed) : "";
+    g_uri_unref(parsed);
+    return host;
+}
+
+} // namespace
+
+WebSession::WebSession(WebContext& context, std::string host, std::string homeURL,
+                       std::vector<std::string> loginDomains)
+    : context_(context), host_(std::move(host)), homeURL_(std::move(homeURL)),
+      loginDomains_(loginDomains.empty() ? std::vector<std::string>{host_} : std::move(loginDomains)) {
+    auto* widget = g_object_new(WEBKIT_TYPE_WEB_VIEW, "network-session", context_.network(), nullptr);
+    view_ = adopt(WEBKIT_WEB_VIEW(g_object_ref_sink(widget)));
+    webkit_settings_set_user_agent(webkit_web_view_get_settings(view_.get()), userAgent);
+    loadChanged_ =
+        SignalConnection(view_.get(), g_signal_connect(view_.get(), "load-changed",
+                                                       G_CALLBACK(&WebSession::onLoadChanged), this));
+    load(homeURL_);
+}
+
+WebSession::~WebSession() = default;
+
+void WebSession::log(const std::string& message) const {
+    std::printf("[Ostrel][%s] %s\n", host_.c_str(), message.c_str());
+    std::fflush(stdout);
+}
+
+void WebSession::load(const std::string& url) {
+    loadRequested_ = true;
+    webkit_web_view_load_uri(view_.get(), url.c_str());
+    // A load that never ends is stopped, so waiting for the page stays bounded and the view usable.
+    loadWatchdog_ = SourceId(g_timeout_add_full(
+        G_PRIORITY_DEFAULT, static_cast<guint>(limits_.pageLoadTimeout.count()),
+        [](gpointer data) -> gboolean {
+            auto* self = static_cast<WebSession*>(data);
+            self->loadWatchdog_.forget();
+            if (webkit_web_view_is_loading(self->view_.get()))
+                webkit_web_view_stop_loading(self->view_.get());
+            self->loadRequested_ = false;
+            return G_SOURCE_REMOVE;
+        },
+        this, nullptr));
+}
+
+void WebSession::onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer data) {
+    auto* self = static_cast<WebSession*>(data);
+    if (event == WEBKIT_LOAD_FINISHED) {
+        self->loadRequested_ = false;
+        self->loadWatchdog_.remove();
+    }
+}
+
+bool WebSession::isLoading() const {
+    return loadRequested_ || webkit_web_view_is_loading(view_.get());
+}
+
+bool WebSession::shownInVisibleWindow() const {
+    GtkRoot* root = gtk_widget_get_root(GTK_WIDGET(view_.get()));
+    return root && GTK_IS_WINDOW(root) && gtk_widget_get_visible(GTK_WIDGET(root));
+}
+
+Task<HttpResult> WebSession::get(std::string url, Headers headers) {
+    if (shownInVisibleWindow()) {
+        log("Skipping GET " + url + ": login window is open");
+        throw ProviderError::needsLogin();
+    }
+    log("GET " + url);
+    co_await waitForPage();
+    const char* current = webkit_web_view_get_uri(view_.get());
+    log(std::string("Page ready: ") + (current ? current : "none") +
+        ", loading: " + (isLoading() ? "true" : "false"));
+
+    std::string pageError;
+    try {
+        HttpResult r = co_await getViaPage(url, headers);
+        log("Page fetch → HTTP " + std::to_string(r.code));
+        co_return r;
+    } catch (const std::exception& e) {
+        pageError = e.what();
+    }
+    log("Page fetch failed: " + pageError + ". Trying direct request…");
+    std::string directError;
+    try {
+        HttpResult r = co_await getViaCookies(url, headers);
+        log("Direct request → HTTP " + std::to_string(r.code));
+        co_return r;
+    } catch (const std::exception& e) {
+        directError = e.what();
+    }
+    log("Direct request failed: " + directError);
+    throw WebError("Page: " + pageError + " | Direct: " + directError);
+}
+
+Task<void> WebSession::waitForPage() {
+    const char* current = webkit_web_view_get_uri(view_.get());
+    if (!current || !endsWith(hostOf(current), host_)) load(homeURL_);
+    for (int polls = 0;; ++polls) {
+        if (!isLoading() && webkit_web_view_get_uri(view_.get())) co_return;
+        if (polls == limits_.pagePolls) co_return; // try the page as it is
+        co_await sleepFor(limits_.pagePoll);
+    }
+}
+
+Task<HttpResult> WebSession::getViaPage(const std::string& url, const Headers& headers) {
+    GVariantBuilder extra;
+    g_variant_builder_init(&extra, G_VARIANT_TYPE_VARDICT);
+    for (const auto& [name, value] : headers)
+        g_variant_builder_add(&extra, "{sv}", name.c_str(), g_variant_new_string(value.c_str()));
+    GVariantBuilder args;
+    g_variant_builder_init(&args, G_VARIANT_TYPE_VARDICT);
+    g_variant_builder_add(&args, "{sv}", "url", g_variant_new_string(url.c_str()));
+    g_variant_builder_add(&args, "{sv}", "extra", g_variant_builder_end(&extra));
+    GVariant* arguments = g_variant_builder_end(&args); // floating: the call takes it
+
+    // The script aborts its own request; this bound is for a web process that never answers at all.
+    Cancellable cancel;
+    Deadline deadline(cancel.get(), limits_.pageFetchAbort + std::chrono::seconds(5));
+    WebKitWebView* view = view_.get();
+    auto result = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
+        webkit_web_view_call_async_javascript_function(view, pageFetchScript, -1, arguments, nullptr, nullptr,
+                                                       cancel.get(), cb, ud);
+    });
+    GErrorOut err;
+    GObjectPtr<JSCValue> value =
+        adopt(webkit_web_view_call_async_javascript_function_finish(view, result.get(), err.out()));
+    if (!value) {
+        const char* now = webkit_web_view_get_uri(view);
+        const std::string why = deadline.expired() ? "The page did not answer in time" : err.message();
+        throw WebError(why + " (page: " + (now ? now : "none") + ")");
+    }
+    if (!jsc_value_is_string(value.get())) throw WebError("Unexpected result from page");
+    GCharPtr text(jsc_value_to_string(value.get()));
+    const nlohmann::json parsed = nlohmann::json::parse(text.get()); // a parse failure propagates as is
+    if (!parsed.is_object() || !parsed.contains("code") || !parsed["code"].is_number() ||
+        !parsed.contains("body") || !parsed["body"].is_string())
+        throw WebError("Unexpected result from page");
+    const int code = parsed["code"].get<int>();
+    if (code == -1) throw WebError(parsed["body"].get<std::string>());
+    co_return HttpResult{code, parsed["body"].get<std::string>()};
+}
+
+Task<std::vector<WebSession::CookiePtr>> WebSession::allCookies() {
+    WebKitCookieManager* manager = context_.cookies();
+    Cancellable cancel;
+    Deadline deadline(cancel.get(), std::chrono::seconds(15));
+    auto result = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
+        webkit_cookie_manager_get_all_cookies(manager, cancel.get(), cb, ud);
+    });
+    GList* list = webkit_cookie_manager_get_all_cookies_finish(manager, result.get(), nullptr);
+    std::vector<CookiePtr> out;
+    for (GList* l = list; l; l = l->next)
+        out.emplace_back(static_cast<SoupCookie*>(l->data));
+    g_list_free(list);
+    co_return out;
+}
+
+Task<bool> WebSession::hasCookie(std::string name) {
+    for (const auto& c : co_await allCookies())
+        if (name == soup_cookie_get_name(c.get()) && cookieBelongsTo(soup_cookie_get_domain(c.get()), host_))
+            co_return true;
+    co_return false;
+}
+
+Task<HttpResult> WebSession::getViaCookies(const std::string& url, const Headers& headers) {
+    GUri* parsed = g_uri_parse(url.c_str(), G_URI_FLAGS_ENCODED, nullptr);
+    if (!parsed || !g_uri_get_host(parsed)) {
+        if (parsed) g_uri_unref(parsed);
+        throw WebError("Invalid URL");
+    }
+    GObjectPtr<SoupMessage> msg = adopt(soup_message_new_from_uri("GET", parsed));
+    g_uri_unref(parsed);
+    if (!msg) throw WebError("Invalid URL");
+
+    GSList* kept = nullptr;
+    auto cookies = co_await allCookies();
+    for (const auto& c : cookies)
+        if (cookieBelongsTo(soup_cookie_get_domain(c.get()), host_)) kept = g_slist_append(kept, c.get());
+    if (!kept) throw WebError("No " + host_ + " login found");
+    GCharPtr cookieHeader(soup_cookies_to_cookie_header(kept));
+    g_slist_free(kept); // the cookies themselves belong to `cookies`
+
+    SoupMessageHeaders* h = soup_message_get_request_headers(msg.get());
+    soup_message_headers_replace(h, "Cookie", cookieHeader.get());
+    soup_message_headers_replace(h, "User-Agent", userAgent);
+    soup_message_headers_replace(h, "Accept", "application/json");
+    soup_message_headers_replace(h, "Referer", homeURL_.c_str());
+    for (const auto& [name, value] : headers)
+        soup_message_headers_replace(h, name.c_str(), value.c_str());
+
+    Cancellable cancel;
+    Deadline deadline(cancel.get(), limits_.directTimeout);
+    SoupSession* http = context_.http();
+    auto result = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
+        soup_session_send_and_read_async(http, msg.get(), G_PRIORITY_DEFAULT, cancel.get(), cb, ud);
+    });
+    GErrorOut err;
+    GBytesPtr body(soup_session_send_and_read_finish(http, result.get(), err.out()));
+    if (!body) throw WebError(deadline.expired() ? "The request timed out." : err.message());
+    storeAnsweredCookies(msg.get());
+    gsize size = 0;
+    const auto* data = static_cast<const char*>(g_bytes_get_data(body.get(), &size));
+    co_return HttpResult{static_cast<int>(soup_message_get_status(msg.get())),
+                         std::string(data ? data : "", size)};
+}
+
+void WebSession::storeAnsweredCookies(SoupMessage* msg) {
+    // A service may rotate its session cookie in any answer; keep the new one for the page too.
+    GSList* answered = soup_cookies_from_response(msg);
+    for (GSList* l = answered; l; l = l->next)
+        webkit_cookie_manager_add_cookie(context_.cookies(), static_cast<SoupCookie*>(l->data), nullptr,
+                                         nullptr, nullptr);
+    soup_cookies_free(answered);
+}
+
+Task<void> WebSession::logOut() {
+    WebKitWebsiteDataManager* manager = context_.dataManager();
+    Cancellable cancel;
+    Deadline deadline(cancel.get(), std::chrono::seconds(30));
+    auto fetched = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
+        webkit_website_data_manager_fetch(manager, WEBKIT_WEBSITE_DATA_ALL, cancel.get(), cb, ud);
+    });
+    GList* records = webkit_website_data_manager_fetch_finish(manager, fetched.get(), nullptr);
+
+    // A record belongs to the login when it names a login domain or one of its sub-domains; a
+    // domain that merely ends in the same letters is someone else's.
+    GList* kept = nullptr;
+    std::size_t count = 0;
+    for (GList* l = records; l; l = l->next) {
+        auto* record = static_cast<WebKitWebsiteData*>(l->data);
+        const std::string_view name = webkit_website_data_get_name(record);
+        for (const auto& domain : loginDomains_) {
+            if (name == domain || (name.size() > domain.size() && endsWith(name, "." + domain))) {
+                kept = g_list_append(kept, record);
+                ++count;
+                break;
+            }
+        }
+    }
+    if (kept) {
+        auto removed = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
+            webkit_website_data_manager_remove(manager, WEBKIT_WEBSITE_DATA_ALL, kept, cancel.get(), cb, ud);
+        });
+        webkit_website_data_manager_remove_finish(manager, removed.get(), nullptr);
+    }
+    g_list_free(kept);
+    g_list_free_full(records, reinterpret_cast<GDestroyNotify>(webkit_website_data_unref));
+    log("Logged out (" + std::to_string(count) + " data records removed)");
+    load(homeURL_);
+}
+
+} // namespace ostrel

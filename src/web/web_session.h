@@ -1,0 +1,81 @@
+#pragma once
+// One service's browser session: a hidden web view that stays on a page of the service, so usage
+// requests are made from inside that page with the page's cookies and origin; when that fails, a
+// direct request carrying the session's cookies. The same view is what the login window shows.
+
+#include "async/gobject_ptr.h"
+#include "web/web_client.h"
+#include "web/web_context.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace ostrel {
+
+class WebSession final : public WebClient {
+  public:
+    // `loginDomains` empty means the host alone. Starts loading `homeURL` at once.
+    WebSession(WebContext& context, std::string host, std::string homeURL,
+               std::vector<std::string> loginDomains = {});
+    WebSession(const WebSession&) = delete;
+    WebSession& operator=(const WebSession&) = delete;
+    ~WebSession() override;
+
+    Task<HttpResult> get(std::string url, Headers headers) override;
+    Task<bool> hasCookie(std::string name) override;
+    Task<void> logOut() override;
+
+    WebKitWebView* webView() const { return view_.get(); }
+    const std::string& host() const { return host_; }
+    const std::string& homeURL() const { return homeURL_; }
+    const std::vector<std::string>& loginDomains() const { return loginDomains_; }
+
+    // Loads `url` in the view (a 60-second bound on the load).
+    void load(const std::string& url);
+
+    // Writes "[Ostrel][host] message" to standard output.
+    void log(const std::string& message) const;
+
+    // Bounds, shortened by tests that exercise them.
+    struct Limits {
+        std::chrono::milliseconds pagePoll{200};
+        int pagePolls = 75;
+        std::chrono::milliseconds pageFetchAbort{15000};
+        std::chrono::milliseconds directTimeout{15000};
+        std::chrono::milliseconds pageLoadTimeout{60000};
+    };
+    void setLimits(Limits limits) { limits_ = limits; }
+
+  private:
+    bool shownInVisibleWindow() const;
+    bool isLoading() const;
+    Task<void> waitForPage();
+    Task<HttpResult> getViaPage(const std::string& url, const Headers& headers);
+    Task<HttpResult> getViaCookies(const std::string& url, const Headers& headers);
+    struct CookieDeleter {
+        void operator()(SoupCookie* c) const { soup_cookie_free(c); }
+    };
+    using CookiePtr = std::unique_ptr<SoupCookie, CookieDeleter>;
+    Task<std::vector<CookiePtr>> allCookies();
+    void storeAnsweredCookies(SoupMessage* msg);
+    static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self);
+
+    WebContext& context_;
+    std::string host_;
+    std::string homeURL_;
+    std::vector<std::string> loginDomains_;
+    GObjectPtr<WebKitWebView> view_;
+    SignalConnection loadChanged_;
+    bool loadRequested_ = false; // a load we started has not reported its end yet
+    SourceId loadWatchdog_;
+    Limits limits_;
+};
+
+// The script the page route runs as the body of an async function with arguments `url` and
+// `extra`: it always resolves to the text of {"code": status, "body": text}, code -1 on failure.
+extern const char* const pageFetchScript;
+
+} // namespace ostrel
