@@ -1,0 +1,100 @@
+#include "async/loop.h"
+#include "providers/claude_provider.h"
+#include "providers/json_util.h"
+#include "scripted_web.h"
+
+#include <gtest/gtest.h>
+
+using namespace ostrel;
+using namespace ostrel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const char* orgs = R"([{"uuid":"org-1"},{"uuid":"org-2"}])";
+const char* usage = R"({"five_hour":{"utilization":40,"resets_at":"2099-01-01T00:00:00Z"}})";
+
+class ClaudeFetch : public ::testing::Test {
+  protected:
+    ClaudeFetch() {
+        auto w = std::make_unique<ScriptedWeb>();
+        web = w.get();
+        provider =
+            std::make_unique<ClaudeProvider>(std::move(w), ServiceEndpoint{"https", "claude.test", 0}, clock);
+    }
+    UsageSnapshot fetch() { return runSync(provider->fetch(), 5s); }
+    std::string fetchError() {
+        try {
+            fetch();
+        } catch (const std::exception& e) {
+            return e.what();
+        }
+        return "no error";
+    }
+
+    ManualClock clock{std::chrono::system_clock::now()};
+    ScriptedWeb* web = nullptr;
+    std::unique_ptr<ClaudeProvider> provider;
+};
+
+} // namespace
+
+TEST_F(ClaudeFetch, DiscoversTheFirstOrganizationOnceAndKeepsIt) {
+    web->answer(200, orgs);
+    web->answer(200, usage);
+    web->answer(200, usage);
+    EXPECT_EQ(fetch().main->percentUsed, 40);
+    fetch();
+    ASSERT_EQ(web->calls.size(), 3u);
+    EXPECT_EQ(web->calls[0].url, "https://claude.test/api/organizations");
+    EXPECT_EQ(web->calls[1].url, "https://claude.test/api/organizations/org-1/usage");
+    EXPECT_EQ(web->calls[2].url, web->calls[1].url);
+    EXPECT_TRUE(web->calls[1].headers.empty());
+}
+
+TEST_F(ClaudeFetch, A404RediscoversButA500DoesNot) {
+    web->answer(200, orgs);
+    web->answer(500, "");
+    EXPECT_EQ(fetchError(), "HTTP 500 from claude.test");
+    web->answer(404, "");
+    EXPECT_EQ(fetchError(), "HTTP 404 from claude.test");
+    EXPECT_FALSE(provider->usageURL());
+    web->answer(200, orgs);
+    web->answer(200, usage);
+    fetch();
+    ASSERT_EQ(web->calls.size(), 5u);
+    EXPECT_EQ(web->calls[3].url, "https://claude.test/api/organizations");
+}
+
+TEST_F(ClaudeFetch, LoginErrorsDropTheCachedURL) {
+    for (int code : {401, 403}) {
+        web->answer(200, orgs);
+        web->answer(code, "");
+        EXPECT_EQ(fetchError(), "Not logged in");
+        EXPECT_FALSE(provider->usageURL());
+    }
+    // Organizations refused, or none usable: not logged in, without a second request.
+    for (const char* body : {"[]", "{}", "<html>", R"([{"name":"x"}])", R"([{"uuid":7}])"}) {
+        web->calls.clear();
+        web->answer(200, body);
+        EXPECT_EQ(fetchError(), "Not logged in") << body;
+        EXPECT_EQ(web->calls.size(), 1u);
+    }
+    web->answer(403, "<html>Just a moment...</html>");
+    EXPECT_EQ(fetchError(), "Not logged in");
+    web->answer(502, "");
+    EXPECT_EQ(fetchError(), "HTTP 502 from claude.test");
+}
+
+TEST_F(ClaudeFetch, BadBodies) {
+    web->answer(200, orgs);
+    web->answer(200, "<!DOCTYPE html><html>Just a moment...</html>");
+    EXPECT_EQ(fetchError(), JsonDecodeError().what());
+    web->answer(200, "[1,2]");
+    EXPECT_EQ(fetchError(), "Unexpected response from claude.test");
+    EXPECT_TRUE(provider->usageURL()) << "a bad body does not forget the organization";
+    web->answerWith([](const ScriptedWeb::Call&) -> HttpResult { throw WebError("Page: a | Direct: b"); });
+    EXPECT_EQ(fetchError(), "Page: a | Direct: b") << "web errors pass through";
+    provider->reset();
+    EXPECT_FALSE(provider->usageURL());
+}
