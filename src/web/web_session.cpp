@@ -141,7 +141,7 @@ Task<void> WebSession::waitForPage() {
     }
 }
 
-Task<HttpResult> WebSession::getViaPage(const std::string& url, const Headers& headers) {
+Task<HttpResult> WebSession::getViaPage(std::string url, Headers headers) {
     GVariantBuilder extra;
     g_variant_builder_init(&extra, G_VARIANT_TYPE_VARDICT);
     for (const auto& [name, value] : headers)
@@ -201,7 +201,7 @@ Task<bool> WebSession::hasCookie(std::string name) {
     co_return false;
 }
 
-Task<HttpResult> WebSession::getViaCookies(const std::string& url, const Headers& headers) {
+Task<HttpResult> WebSession::getViaCookies(std::string url, Headers headers) {
     GUri* parsed = g_uri_parse(url.c_str(), G_URI_FLAGS_ENCODED, nullptr);
     if (!parsed || !g_uri_get_host(parsed)) {
         if (parsed) g_uri_unref(parsed);
