@@ -1,0 +1,118 @@
+// The feedback sender against the loopback fake feedback service.
+
+#include "async/loop.h"
+#include "fake_feedback.h"
+#include "ui/support/feedback_api.h"
+
+#include <glib.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+using namespace ostrel;
+using namespace std::chrono_literals;
+using FeedbackAPI::SendError;
+
+namespace {
+
+struct Failure {
+    SendError::Kind kind;
+    std::string text;
+};
+
+// Runs one send and returns how it failed, or nothing when it succeeded.
+std::optional<Failure> sendTo(const std::string& base, std::string message, std::string email,
+                              std::chrono::milliseconds bound = 10s) {
+    try {
+        runSync(FeedbackAPI::send(base + "/api/feedback", std::move(message), std::move(email), bound), 30s);
+        return std::nullopt;
+    } catch (const SendError& e) {
+        return Failure{e.kind(), e.what()};
+    }
+}
+
+} // namespace
+
+TEST(FeedbackAPI, PostsTheFieldsAsTypedAndTakesA201AsSuccess) {
+    fake::FakeFeedback service;
+    service.answerWith({.status = 201});
+    EXPECT_FALSE(sendTo(service.baseURL(), "  two words \n", ""));
+
+    ASSERT_EQ(service.received().size(), 1u);
+    const auto& got = service.received().front();
+    EXPECT_EQ(got.method, "POST");
+    EXPECT_EQ(got.path, "/api/feedback");
+    EXPECT_EQ(got.contentType, "application/json");
+    EXPECT_EQ(nlohmann::json::parse(got.body),
+              (nlohmann::json{{"message", "  two words \n"}, {"email", ""}}));
+}
+
+TEST(FeedbackAPI, ShowsTheServersErrorTextOrTheGenericOne) {
+    struct Case {
+        unsigned status;
+        std::string contentType;
+        std::string body;
+        std::string shown;
+    };
+    const std::string generic = FeedbackAPI::genericFailure;
+    const Case cases[] = {
+        {400, "application/json", R"({"error":"Message is too long."})", "Message is too long."},
+        {500, "text/html", "<html><body><h1>Internal Server Error</h1></body></html>", generic},
+        {422, "application/json", R"({"error":42})", generic},
+        {400, "application/json", R"(["error"])", generic},
+        {503, "application/json", "", generic},
+        {302, "text/plain", "moved", generic}, // no Location: not followed, not a success either
+    };
+    fake::FakeFeedback service;
+    for (const auto& c : cases) {
+        service.answerWith({.status = c.status, .contentType = c.contentType, .body = c.body});
+        const auto failure = sendTo(service.baseURL(), "hello", "me@example.com");
+        ASSERT_TRUE(failure) << c.status << " " << c.body;
+        EXPECT_EQ(failure->kind, SendError::Kind::server) << c.body;
+        EXPECT_EQ(failure->text, c.shown) << c.body;
+    }
+}
+
+TEST(FeedbackAPI, TransportFailuresCarryTheirOwnDescription) {
+    fake::FakeFeedback service;
+    service.answerWith({.dropConnection = true});
+    const auto dropped = sendTo(service.baseURL(), "hello", "");
+    ASSERT_TRUE(dropped);
+    EXPECT_EQ(dropped->kind, SendError::Kind::network);
+    EXPECT_FALSE(dropped->text.empty());
+    EXPECT_NE(dropped->text, FeedbackAPI::genericFailure);
+
+    std::string closedBase;
+    {
+        fake::FakeFeedback gone("127.0.0.7");
+        closedBase = gone.baseURL();
+    }
+    const auto refused = sendTo(closedBase, "hello", "");
+    ASSERT_TRUE(refused);
+    EXPECT_EQ(refused->kind, SendError::Kind::network);
+    EXPECT_FALSE(refused->text.empty());
+}
+
+TEST(FeedbackAPI, GivesUpWhenTheBoundPasses) {
+    fake::FakeFeedback service;
+    service.answerWith({.delay = 5s});
+    const auto started = std::chrono::steady_clock::now();
+    const auto failure = sendTo(service.baseURL(), "hello", "", 300ms);
+    const auto took = std::chrono::steady_clock::now() - started;
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->kind, SendError::Kind::network);
+    EXPECT_EQ(failure->text, FeedbackAPI::timedOut);
+    EXPECT_LT(took, 3s);
+}
+
+TEST(FeedbackAPI, UsesTheConfiguredFeedbackHost) {
+    g_unsetenv("OSTREL_FEEDBACK_URL");
+    EXPECT_EQ(FeedbackAPI::endpoint().rfind("https://", 0), 0u);
+
+    fake::FakeFeedback service;
+    g_setenv("OSTREL_FEEDBACK_URL", service.baseURL().c_str(), TRUE);
+    EXPECT_EQ(FeedbackAPI::endpoint(), service.baseURL() + "/api/feedback");
+    EXPECT_NO_THROW(runSync(FeedbackAPI::send("hi", "a@b.c"), 30s));
+    ASSERT_EQ(service.received().size(), 1u);
+    EXPECT_EQ(nlohmann::json::parse(service.received()[0].body).at("email"), "a@b.c");
+    g_unsetenv("OSTREL_FEEDBACK_URL");
+}
