@@ -1,0 +1,202 @@
+#include "providers/codex_provider.h"
+
+#include "model/service_date.h"
+#include "providers/json_util.h"
+
+#include <charconv>
+#include <cmath>
+
+namespace ostrel {
+
+namespace {
+
+using nlohmann::json;
+using std::chrono::duration;
+using std::chrono::milliseconds;
+
+// The widest span a time point can hold either side of 1970 (about 292 years with nanosecond
+// ticks), less a second so that rounding a double near the edge cannot step over it.
+constexpr double maxEpochSeconds = duration<double>(TimePoint::duration::max()).count() - 1.0;
+
+// Beyond this a window's length in whole hours would not fit a 64-bit integer.
+constexpr double maxWindowSeconds = 3600.0 * 9.2e18;
+
+// A "reset_at" number above this is milliseconds since 1970: as seconds it would lie some 30,000
+// years ahead.
+constexpr double millisecondsThreshold = 1e12;
+
+std::optional<double> numberMember(const json& object, const char* key) {
+    const json* v = member(object, key);
+    return v ? jsonNumber(*v) : std::nullopt;
+}
+
+// Whole milliseconds are the finest the service sends; rounding to them keeps a moment given in
+// seconds and the same one given in milliseconds equal.
+std::optional<milliseconds> toMillis(double seconds) {
+    if (!std::isfinite(seconds) || std::abs(seconds) >= maxEpochSeconds) return std::nullopt;
+    return std::chrono::round<milliseconds>(duration<double>(seconds));
+}
+
+// `seconds` after 1970-01-01 UTC; no value when that moment cannot be held.
+std::optional<TimePoint> atEpochSeconds(double seconds) {
+    auto ms = toMillis(seconds);
+    if (!ms) return std::nullopt;
+    return TimePoint(*ms);
+}
+
+// `seconds` after `now`; no value when that moment cannot be held.
+std::optional<TimePoint> after(TimePoint now, double seconds) {
+    const double nowSeconds = duration<double>(now.time_since_epoch()).count();
+    auto ms = toMillis(seconds);
+    if (!ms || std::abs(nowSeconds + seconds) >= maxEpochSeconds) return std::nullopt;
+    return now + *ms;
+}
+
+// The window's "reset_at", in the first form that applies: seconds or milliseconds since 1970,
+// then a text date. A number outside what a time point holds counts as no "reset_at" at all.
+std::optional<TimePoint> resetAt(const json& window, bool& given) {
+    given = false;
+    const json* at = member(window, "reset_at");
+    if (!at) return std::nullopt;
+    if (auto t = jsonNumber(*at)) {
+        auto when = atEpochSeconds(*t > millisecondsThreshold ? *t / 1000 : *t);
+        given = when.has_value();
+        return when;
+    }
+    if (at->is_string()) {
+        given = true;
+        return parseServiceDate(at->get<std::string>());
+    }
+    return std::nullopt;
+}
+
+// A whole number as decimal text, independent of the user's locale and of integer range.
+std::string wholeNumber(double value) {
+    char buf[400];
+    const auto end = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::fixed, 0);
+    return end.ec == std::errc() ? std::string(buf, end.ptr) : std::string("0");
+}
+
+} // namespace
+
+std::vector<std::string> CodexProvider::loginDomains(const ServiceConfig& config) {
+    return {config.chatgpt.host, config.chatgptAccountDomain};
+}
+
+CodexProvider::CodexProvider(std::unique_ptr<WebClient> web, ServiceEndpoint endpoint, const Clock& clock)
+    : web_(std::move(web)), endpoint_(std::move(endpoint)), clock_(clock) {}
+
+std::optional<double> CodexProvider::number(const json& value) {
+    return jsonNumber(value);
+}
+
+std::string CodexProvider::title(double windowSeconds) {
+    // Kept in floating point so that no length, however odd, overflows an integer conversion;
+    // adding 0.0 turns a rounded -0 into 0.
+    const double hours = std::round(windowSeconds / 3600) + 0.0;
+    if (hours == 5) return "5-Hour Session";
+    if (hours == 168) return "Weekly Limit";
+    if (hours >= 672 && hours < 745) return "Monthly Limit";
+    if (hours > 47) return wholeNumber(std::trunc(hours / 24)) + "-Day Limit";
+    return wholeNumber(hours) + "-Hour Limit";
+}
+
+std::optional<CodexProvider::WindowInfo> CodexProvider::window(const json& value, const std::string& id,
+                                                               TimePoint now) {
+    if (!value.is_object()) return std::nullopt;
+    const auto used = numberMember(value, "used_percent");
+    if (!used) return std::nullopt;
+
+    auto windowSeconds = numberMember(value, "limit_window_seconds");
+    if (windowSeconds && !(*windowSeconds >= 0 && *windowSeconds < maxWindowSeconds)) windowSeconds.reset();
+    auto resetAfter = numberMember(value, "reset_after_seconds");
+    std::optional<TimePoint> resetFromAfter = resetAfter ? after(now, *resetAfter) : std::nullopt;
+    if (!resetFromAfter) resetAfter.reset();
+
+    bool atGiven = false;
+    std::optional<TimePoint> reset = resetAt(value, atGiven);
+    if (!atGiven) reset = resetFromAfter;
+
+    bool notStarted = false;
+    if (*used == 0 && windowSeconds && resetAfter && *resetAfter >= *windowSeconds - 60)
+        notStarted = true; // a full window still ahead: nothing has been used in it yet
+    else if (reset)
+        notStarted = *reset <= now;
+    else
+        notStarted = *used == 0;
+
+    std::string name = windowSeconds     ? title(*windowSeconds)
+                       : id == "primary" ? "5-Hour Session"
+                                         : "Weekly Limit";
+    return WindowInfo{UsageLimit{id, std::move(name), *used, reset}, notStarted};
+}
+
+UsageSnapshot CodexProvider::parse(const json& object, TimePoint now) {
+    std::optional<WindowInfo> primary;
+    std::optional<WindowInfo> secondary;
+    if (const json* limits = member(object, "rate_limit"); limits && limits->is_object()) {
+        if (const json* p = member(*limits, "primary_window")) primary = window(*p, "primary", now);
+        if (const json* s = member(*limits, "secondary_window")) secondary = window(*s, "secondary", now);
+    }
+    UsageSnapshot s;
+    if (!primary && !secondary) {
+        s.message = stringMember(object, "plan_type") == "free" ? "Free plan: no Codex usage to track"
+                                                                : "No Codex usage limits on this account";
+        return s;
+    }
+    const WindowInfo& main = primary ? *primary : *secondary;
+    if (primary && secondary) s.others.push_back(secondary->limit);
+    if (main.notStarted) {
+        s.main = UsageLimit{main.limit.id, main.limit.title, 0, std::nullopt};
+        s.mainNotStarted = true;
+    } else {
+        s.main = main.limit;
+    }
+    return s;
+}
+
+Task<std::optional<CodexProvider::Auth>> CodexProvider::findAuth() {
+    const HttpResult r = co_await web_->get(endpoint_.url("/api/auth/session"), {});
+    if (r.code == 401) co_return std::nullopt;
+    if (r.code != 200) throw ProviderError::http(r.code, endpoint_.host);
+    auto session = tryDecodeJson(r.body);
+    if (!session || !session->is_object())
+        throw ProviderError::badResponse(endpoint_.host + " sent a page instead of session data");
+    auto token = stringMember(*session, "accessToken");
+    // A logged-out session answers an empty object.
+    if (!token || token->empty()) co_return std::nullopt;
+    co_return Auth{std::move(*token), clock_.now()};
+}
+
+Task<HttpResult> CodexProvider::requestUsage() {
+    if (auth_ && clock_.now() - auth_->fetchedAt > tokenLifetime) auth_.reset();
+    if (!auth_) auth_ = co_await findAuth();
+    if (!auth_) throw ProviderError::needsLogin();
+    Headers headers;
+    headers["Authorization"] = "Bearer " + auth_->token;
+    co_return co_await web_->get(endpoint_.url("/backend-api/wham/usage"), std::move(headers));
+}
+
+Task<UsageSnapshot> CodexProvider::fetch() {
+    HttpResult r = co_await requestUsage();
+    if (r.code == 401) {
+        // The token was revoked or rotated before its time: read a fresh one and ask once more.
+        auth_.reset();
+        r = co_await requestUsage();
+    }
+    switch (r.code) {
+    case 200: {
+        auto body = tryDecodeJson(r.body);
+        if (!body || !body->is_object())
+            throw ProviderError::badResponse(endpoint_.host + " sent a page instead of usage data");
+        co_return parse(*body, clock_.now());
+    }
+    case 401:
+        auth_.reset();
+        throw ProviderError::needsLogin();
+    default:
+        throw ProviderError::http(r.code, endpoint_.host);
+    }
+}
+
+} // namespace ostrel
