@@ -34,48 +34,46 @@ std::optional<Failure> sendTo(const std::string& base, std::string message, std:
 
 TEST(FeedbackAPI, PostsTheFieldsAsTypedAndTakesA201AsSuccess) {
     fake::FakeFeedback service;
-    service.answerWith({.status = 201});
-    EXPECT_FALSE(sendTo(service.baseURL(), "  two words \n", ""));
+    EXPECT_FALSE(sendTo(service.origin(), "  two words \n", ""));
 
     ASSERT_EQ(service.received().size(), 1u);
-    const auto& got = service.received().front();
+    const auto got = service.received().front();
     EXPECT_EQ(got.method, "POST");
-    EXPECT_EQ(got.path, "/api/feedback");
-    EXPECT_EQ(got.contentType, "application/json");
+    EXPECT_EQ(got.header("content-type"), "application/json");
     EXPECT_EQ(nlohmann::json::parse(got.body),
               (nlohmann::json{{"message", "  two words \n"}, {"email", ""}}));
 }
 
 TEST(FeedbackAPI, ShowsTheServersErrorTextOrTheGenericOne) {
     struct Case {
-        unsigned status;
-        std::string contentType;
-        std::string body;
+        fake::FakeAnswer answer;
         std::string shown;
     };
     const std::string generic = FeedbackAPI::genericFailure;
     const Case cases[] = {
-        {400, "application/json", R"({"error":"Message is too long."})", "Message is too long."},
-        {500, "text/html", "<html><body><h1>Internal Server Error</h1></body></html>", generic},
-        {422, "application/json", R"({"error":42})", generic},
-        {400, "application/json", R"(["error"])", generic},
-        {503, "application/json", "", generic},
-        {302, "text/plain", "moved", generic}, // no Location: not followed, not a success either
+        {fake::FakeAnswer::json(R"({"error":"Message is too long."})", 400), "Message is too long."},
+        {fake::FakeAnswer::html(fake::htmlPage("Error", "<h1>Internal Server Error</h1>"), 500), generic},
+        {fake::FakeAnswer::json(R"({"error":42})", 422), generic},
+        {fake::FakeAnswer::json(R"(["error"])", 400), generic},
+        {fake::FakeAnswer::json("", 503), generic},
+        {fake::FakeAnswer::html("moved", 302), generic}, // no Location: not followed, not a success either
     };
     fake::FakeFeedback service;
     for (const auto& c : cases) {
-        service.answerWith({.status = c.status, .contentType = c.contentType, .body = c.body});
-        const auto failure = sendTo(service.baseURL(), "hello", "me@example.com");
-        ASSERT_TRUE(failure) << c.status << " " << c.body;
-        EXPECT_EQ(failure->kind, SendError::Kind::server) << c.body;
-        EXPECT_EQ(failure->text, c.shown) << c.body;
+        service.setAnswer(c.answer);
+        const auto failure = sendTo(service.origin(), "hello", "me@example.com");
+        ASSERT_TRUE(failure) << c.answer.status << " " << c.answer.body;
+        EXPECT_EQ(failure->kind, SendError::Kind::server) << c.answer.body;
+        EXPECT_EQ(failure->text, c.shown) << c.answer.body;
     }
 }
 
 TEST(FeedbackAPI, TransportFailuresCarryTheirOwnDescription) {
     fake::FakeFeedback service;
-    service.answerWith({.dropConnection = true});
-    const auto dropped = sendTo(service.baseURL(), "hello", "");
+    fake::FakeAnswer drop;
+    drop.drop = true;
+    service.setAnswer(drop);
+    const auto dropped = sendTo(service.origin(), "hello", "");
     ASSERT_TRUE(dropped);
     EXPECT_EQ(dropped->kind, SendError::Kind::network);
     EXPECT_FALSE(dropped->text.empty());
@@ -84,7 +82,7 @@ TEST(FeedbackAPI, TransportFailuresCarryTheirOwnDescription) {
     std::string closedBase;
     {
         fake::FakeFeedback gone("127.0.0.7");
-        closedBase = gone.baseURL();
+        closedBase = gone.origin();
     }
     const auto refused = sendTo(closedBase, "hello", "");
     ASSERT_TRUE(refused);
@@ -94,9 +92,11 @@ TEST(FeedbackAPI, TransportFailuresCarryTheirOwnDescription) {
 
 TEST(FeedbackAPI, GivesUpWhenTheBoundPasses) {
     fake::FakeFeedback service;
-    service.answerWith({.delay = 5s});
+    fake::FakeAnswer late = fake::FakeAnswer::json("{}", 201);
+    late.hang = true;
+    service.setAnswer(late);
     const auto started = std::chrono::steady_clock::now();
-    const auto failure = sendTo(service.baseURL(), "hello", "", 300ms);
+    const auto failure = sendTo(service.origin(), "hello", "", 300ms);
     const auto took = std::chrono::steady_clock::now() - started;
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->kind, SendError::Kind::network);
@@ -109,8 +109,8 @@ TEST(FeedbackAPI, UsesTheConfiguredFeedbackHost) {
     EXPECT_EQ(FeedbackAPI::endpoint().rfind("https://", 0), 0u);
 
     fake::FakeFeedback service;
-    g_setenv("OSTREL_FEEDBACK_URL", service.baseURL().c_str(), TRUE);
-    EXPECT_EQ(FeedbackAPI::endpoint(), service.baseURL() + "/api/feedback");
+    g_setenv("OSTREL_FEEDBACK_URL", service.origin().c_str(), TRUE);
+    EXPECT_EQ(FeedbackAPI::endpoint(), service.origin() + "/api/feedback");
     EXPECT_NO_THROW(runSync(FeedbackAPI::send("hi", "a@b.c"), 30s));
     ASSERT_EQ(service.received().size(), 1u);
     EXPECT_EQ(nlohmann::json::parse(service.received()[0].body).at("email"), "a@b.c");
