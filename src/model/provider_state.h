@@ -1,0 +1,42 @@
+#pragma once
+// What the model knows about one service.
+
+#include "model/usage.h"
+
+#include <optional>
+#include <set>
+#include <string>
+
+namespace ostrel {
+
+struct ProviderState {
+    std::optional<UsageSnapshot> snapshot; // last good numbers; cleared only by logging out
+    bool needsLogin = false;
+    std::string status = "Loading…";
+    std::optional<TimePoint> lastAttempt;
+    std::optional<TimePoint> lastUpdated;
+    std::optional<std::string> lastError;
+    bool notifiedBelow50 = false;
+    bool notifiedBelow10 = false;
+    std::set<std::string> notifiedBelow10Others;
+};
+
+// The four system notifications; the model decides when, this only posts.
+class Notifier {
+  public:
+    virtual ~Notifier() = default;
+    virtual void notifyBelow50(ProviderID id, const UsageLimit& limit) = 0;
+    virtual void notifyBelow10(ProviderID id, const UsageLimit& limit) = 0;
+    virtual void notifyReset(ProviderID id, const UsageLimit& limit) = 0;
+    virtual void notifyLoginExpired(ProviderID id) = 0;
+};
+
+// Applies the notification memory to a fresh snapshot: what was already said is not said again,
+// the first numbers of a run are silent, and a reset (the reset time moving more than a minute
+// later after some use) clears the memory. `state` holds the memory and is updated.
+void applyNotificationRules(ProviderID id, ProviderState& state,
+                            const std::optional<UsageLimit>& previousMain,
+                            const std::vector<UsageLimit>& previousOthers, const UsageSnapshot& fresh,
+                            Notifier& notifier);
+
+} // namespace ostrel

@@ -1,0 +1,222 @@
+#include "model/usage_model.h"
+
+#include "model/fmt.h"
+#include "model/time_format.h"
+
+#include <cstdio>
+
+namespace ostrel {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// The loops end once the model is gone (only tests ever get there; the app keeps its model).
+Task<void> pollLoop(UsageModel& model, Clock& clock, std::shared_ptr<bool> alive) {
+    for (;;) {
+        co_await model.refreshAll();
+        co_await clock.sleep(60s); // an interrupted sleep just means the next pass comes early
+        if (!*alive) co_return;
+    }
+}
+
+Task<void> tickLoop(UsageModel& model, Clock& clock, std::shared_ptr<bool> alive) {
+    for (;;) {
+        co_await clock.sleep(30s);
+        if (!*alive) co_return;
+        co_await model.tick();
+    }
+}
+
+Task<void> refreshOne(UsageModel& model, ProviderID id) {
+    co_await model.refresh(id);
+}
+Task<void> refreshEverything(UsageModel& model) {
+    co_await model.refreshAll();
+}
+Task<void> logOutThenShowLogin(UsageModel& model, ProviderID id) {
+    co_await model.logOut(id);
+    model.showLogin(id);
+}
+
+} // namespace
+
+UsageModel::UsageModel(AppSettings& settings, Providers providers, Clock& clock, Notifier& notifier,
+                       LoginHost& login)
+    : settings_(settings), providers_(std::move(providers)), clock_(clock), notifier_(notifier),
+      login_(login), now_(clock.now()) {
+    connections_.push_back(settings_.changed.connect([this] { changed.emit(); }));
+    connections_.push_back(settings_.enabledChanged.connect([this] { spawn(refreshEverything(*this)); }));
+    login_.onClose = [this, alive = alive_](ProviderID id) {
+        if (*alive) spawn(refreshOne(*this, id));
+    };
+}
+
+UsageModel::~UsageModel() {
+    *alive_ = false;
+    for (auto& c : connections_)
+        c.disconnect();
+    login_.onClose = nullptr;
+}
+
+void UsageModel::start() {
+    updateMenuBarAppearance();
+    spawn(pollLoop(*this, clock_, alive_));
+    spawn(tickLoop(*this, clock_, alive_));
+}
+
+void UsageModel::log(const std::string& line) {
+    std::printf("[Ostrel] %s\n", line.c_str());
+    std::fflush(stdout);
+}
+
+ProviderState UsageModel::state(ProviderID id) const {
+    auto it = states_.find(id);
+    return it == states_.end() ? ProviderState{} : it->second;
+}
+
+bool UsageModel::isLoggedIn(ProviderID id) const {
+    const ProviderState s = state(id);
+    return !s.needsLogin && s.snapshot.has_value();
+}
+
+UsageProvider* UsageModel::provider(ProviderID id) const {
+    auto it = providers_.find(id);
+    return it == providers_.end() ? nullptr : it->second.get();
+}
+
+std::vector<ProviderID> UsageModel::availableProviders() const {
+    std::vector<ProviderID> out;
+    for (ProviderID id : allProviders)
+        if (hasProvider(id)) out.push_back(id);
+    return out;
+}
+
+std::vector<ProviderID> UsageModel::activeProviders() const {
+    std::vector<ProviderID> out;
+    for (ProviderID id : availableProviders())
+        if (settings_.isEnabled(id)) out.push_back(id);
+    return out;
+}
+
+std::vector<ProviderID> UsageModel::tabProviders() const {
+    std::vector<ProviderID> out;
+    for (ProviderID id : allProviders)
+        if (settings_.isEnabled(id)) out.push_back(id);
+    return out;
+}
+
+Task<void> UsageModel::refreshAll() {
+    for (ProviderID id : activeProviders())
+        co_await refresh(id);
+}
+
+Task<void> UsageModel::refresh(ProviderID id) {
+    if (auto running = inFlight_.find(id); running != inFlight_.end()) {
+        // Join the fetch under way instead of starting a second one.
+        std::shared_ptr<AsyncEvent> done = running->second;
+        co_await done->wait();
+        co_return;
+    }
+    auto done = std::make_shared<AsyncEvent>();
+    inFlight_[id] = done;
+    co_await performRefresh(id);
+    inFlight_.erase(id);
+    done->set();
+}
+
+Task<void> UsageModel::performRefresh(ProviderID id) {
+    UsageProvider* p = provider(id);
+    if (!p) co_return;
+    const std::string name(displayName(id));
+    ProviderState working = state(id);
+    const std::optional<UsageLimit> previousMain = working.snapshot ? working.snapshot->main : std::nullopt;
+    const std::vector<UsageLimit> previousOthers =
+        working.snapshot ? working.snapshot->others : std::vector<UsageLimit>{};
+    working.lastAttempt = clock_.now();
+    log("Refreshing " + name + "…");
+
+    std::optional<UsageSnapshot> fresh;
+    std::exception_ptr error;
+    try {
+        fresh = co_await p->fetch();
+    } catch (...) {
+        error = std::current_exception();
+    }
+
+    if (fresh) {
+        const UsageSnapshot& s = *fresh;
+        working.snapshot = s;
+        working.needsLogin = false;
+        working.lastUpdated = clock_.now();
+        working.lastError.reset();
+        log(name +
+            " OK, main: " + (s.main ? Fmt::percent(s.main->percentLeft()) + " left" : std::string("none")));
+        working.status = s.main ? "Updated " + shortTime(clock_.now()) : "No usage data in the response";
+        applyNotificationRules(id, working, previousMain, previousOthers, s, notifier_);
+    } else if (isNeedsLogin(error)) {
+        log(name + " needs login");
+        if (!working.needsLogin && working.snapshot) notifier_.notifyLoginExpired(id);
+        working.needsLogin = true;
+        working.lastError.reset();
+        working.status = "Not logged in. Click Log in to " + name + ".";
+    } else {
+        const std::string description = errorDescription(error);
+        log(name + " error: " + description);
+        working.lastError = description;
+        working.status =
+            "Error: " + description + "." + (working.snapshot ? " Showing last known numbers." : "");
+    }
+    store(id, std::move(working));
+}
+
+void UsageModel::store(ProviderID id, ProviderState s) {
+    states_[id] = std::move(s);
+    changed.emit();
+}
+
+Task<void> UsageModel::tick() {
+    now_ = clock_.now();
+    updateMenuBarAppearance();
+    changed.emit();
+    for (ProviderID id : activeProviders()) {
+        const ProviderState s = state(id);
+        if (!s.snapshot || !s.snapshot->main || !s.snapshot->main->resetsAt) continue;
+        if (*s.snapshot->main->resetsAt > now_) continue;
+        if (s.lastAttempt && now_ - *s.lastAttempt <= 25s) continue;
+        co_await refresh(id);
+    }
+}
+
+void UsageModel::showLogin(ProviderID id) {
+    if (UsageProvider* p = provider(id)) login_.show(id, *p);
+}
+
+void UsageModel::switchAccount(ProviderID id) {
+    spawn(logOutThenShowLogin(*this, id));
+}
+
+Task<void> UsageModel::logOut(ProviderID id) {
+    UsageProvider* p = provider(id);
+    if (!p) co_return;
+    co_await p->web().logOut();
+    p->reset();
+    ProviderState s = state(id);
+    s.snapshot.reset();
+    s.needsLogin = true;
+    s.lastError.reset();
+    s.lastUpdated.reset();
+    s.status = "Logged out";
+    store(id, std::move(s));
+}
+
+void UsageModel::updateMenuBarAppearance() {
+    if (!appearance_) return;
+    const std::optional<bool> dark = appearance_();
+    if (dark && *dark != isDarkMenuBar_) {
+        isDarkMenuBar_ = *dark;
+        changed.emit();
+    }
+}
+
+} // namespace ostrel

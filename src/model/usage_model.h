@@ -1,0 +1,89 @@
+#pragma once
+// The central model: one state per service, the refresh cycle (a 60-second poll whose first pass
+// runs at once, and a 30-second tick that re-fetches passed reset times), one fetch per service at
+// a time, status texts, log lines and notifications, and the account actions the panel offers.
+// Time and timers come from a Clock, so tests run hours of the cycle in simulated time.
+
+#include "async/clock.h"
+#include "async/loop.h"
+#include "model/app_settings.h"
+#include "model/provider_state.h"
+#include "providers/usage_provider.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <sigc++/signal.h>
+#include <vector>
+
+namespace ostrel {
+
+// Shows a service's own login page to the user; calls `onClose` when the user closes it.
+class LoginHost {
+  public:
+    virtual ~LoginHost() = default;
+    virtual void show(ProviderID id, UsageProvider& provider) = 0;
+    std::function<void(ProviderID)> onClose;
+};
+
+class UsageModel {
+  public:
+    using Providers = std::map<ProviderID, std::unique_ptr<UsageProvider>>;
+
+    UsageModel(AppSettings& settings, Providers providers, Clock& clock, Notifier& notifier,
+               LoginHost& login);
+    UsageModel(const UsageModel&) = delete;
+    UsageModel& operator=(const UsageModel&) = delete;
+    ~UsageModel();
+
+    // Starts the poll and the tick. Separate from construction so observers can connect first.
+    void start();
+
+    ProviderState state(ProviderID id) const;
+    bool isLoggedIn(ProviderID id) const;
+    bool hasProvider(ProviderID id) const { return providers_.contains(id); }
+    std::vector<ProviderID> availableProviders() const;
+    std::vector<ProviderID> activeProviders() const;
+    std::vector<ProviderID> tabProviders() const;
+    TimePoint now() const { return now_; }
+    bool isDarkMenuBar() const { return isDarkMenuBar_; }
+    AppSettings& settings() { return settings_; }
+    UsageProvider* provider(ProviderID id) const;
+
+    Task<void> refreshAll();
+    Task<void> refresh(ProviderID id);
+    void showLogin(ProviderID id);
+    void switchAccount(ProviderID id);
+    Task<void> logOut(ProviderID id);
+
+    // One 30-second housekeeping step (public so a caller with its own timing can drive it).
+    Task<void> tick();
+
+    // Where the bar's darkness comes from; no answer keeps the current value.
+    void setAppearanceSource(std::function<std::optional<bool>()> source) { appearance_ = std::move(source); }
+    void updateMenuBarAppearance();
+
+    // Emitted once per published change: a refresh's result, a tick, a settings or appearance change.
+    sigc::signal<void()> changed;
+
+  private:
+    Task<void> performRefresh(ProviderID id);
+    void store(ProviderID id, ProviderState s);
+    static void log(const std::string& line);
+
+    AppSettings& settings_;
+    Providers providers_;
+    Clock& clock_;
+    Notifier& notifier_;
+    LoginHost& login_;
+    std::map<ProviderID, ProviderState> states_;
+    std::map<ProviderID, std::shared_ptr<AsyncEvent>> inFlight_;
+    TimePoint now_;
+    bool isDarkMenuBar_ = true;
+    std::function<std::optional<bool>()> appearance_;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    std::vector<sigc::connection> connections_;
+};
+
+} // namespace ostrel

@@ -1,0 +1,305 @@
+#include "model/usage_model.h"
+#include "model_doubles.h"
+#include "support/test_env.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+
+using namespace ostrel;
+using namespace ostrel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+class UsageModelTest : public ::testing::Test {
+  protected:
+    UsageModelTest() {
+        UsageModel::Providers providers;
+        for (ProviderID id : allProviders) {
+            auto p = std::make_unique<ScriptedProvider>(id);
+            scripted[id] = p.get();
+            providers[id] = std::move(p);
+        }
+        model = std::make_unique<UsageModel>(settings, std::move(providers), clock, notifier, login);
+        model->changed.connect([this] { ++changes; });
+    }
+
+    UsageLimit limit(std::string id, double used,
+                     std::optional<std::chrono::seconds> resetIn = std::nullopt) {
+        UsageLimit l{id, id + " title", used, std::nullopt};
+        if (resetIn) l.resetsAt = clock.now() + *resetIn;
+        return l;
+    }
+    static UsageSnapshot snap(std::optional<UsageLimit> main, std::vector<UsageLimit> others = {}) {
+        return UsageSnapshot{std::move(main), false, std::move(others), std::nullopt, std::nullopt};
+    }
+    void refresh(ProviderID id) { runSync(model->refresh(id), 5s); }
+    // Only Claude is tracked unless a test says otherwise, to keep the expectations short.
+    void onlyClaude() {
+        testing::internal::CaptureStdout();
+        settings.setEnabled({ProviderID::claude}); // refreshes at once, with nothing scripted yet
+        testing::internal::GetCapturedStdout();
+        for (auto& [id, p] : scripted)
+            p->fetches = 0;
+    }
+
+    TempDir dir;
+    AppSettings settings{dir.file("settings.ini")};
+    ManualClock clock{std::chrono::system_clock::now()};
+    RecordingNotifier notifier;
+    RecordingLogin login;
+    std::map<ProviderID, ScriptedProvider*> scripted;
+    std::unique_ptr<UsageModel> model;
+    int changes = 0;
+};
+
+std::vector<std::string> lines(const std::string& text) {
+    std::vector<std::string> out;
+    std::istringstream in(text);
+    for (std::string l; std::getline(in, l);)
+        out.push_back(l);
+    return out;
+}
+
+} // namespace
+
+TEST_F(UsageModelTest, PollRunsAtOnceThenEveryMinuteAndLogsEachRefresh) {
+    scripted[ProviderID::claude]->then(snap(limit("session", 30, 2h)));
+    scripted[ProviderID::cursor]->then(snap(std::nullopt));
+    scripted[ProviderID::codex]->thenThrow(ProviderError::http(500, "chatgpt.test"));
+    testing::internal::CaptureStdout();
+    model->start();
+    const auto out = lines(testing::internal::GetCapturedStdout());
+    EXPECT_EQ(out, (std::vector<std::string>{
+                       "[Ostrel] Refreshing Claude…", "[Ostrel] Claude OK, main: 70% left",
+                       "[Ostrel] Refreshing Cursor…", "[Ostrel] Cursor OK, main: none",
+                       "[Ostrel] Refreshing Codex…", "[Ostrel] Codex error: HTTP 500 from chatgpt.test"}));
+    EXPECT_EQ(changes, 3) << "one published change per refresh";
+    EXPECT_EQ(model->state(ProviderID::claude).status.rfind("Updated ", 0), 0u);
+    EXPECT_EQ(model->state(ProviderID::cursor).status, "No usage data in the response");
+    EXPECT_EQ(model->state(ProviderID::codex).status, "Error: HTTP 500 from chatgpt.test.");
+
+    testing::internal::CaptureStdout();
+    clock.advance(59s);
+    EXPECT_EQ(scripted[ProviderID::claude]->fetches, 1);
+    clock.advance(1s);
+    EXPECT_EQ(scripted[ProviderID::claude]->fetches, 2);
+    clock.advance(10min);
+    EXPECT_EQ(scripted[ProviderID::claude]->fetches, 12);
+    EXPECT_EQ(scripted[ProviderID::codex]->fetches, 12) << "failures never stop the cycle";
+    testing::internal::GetCapturedStdout();
+}
+
+TEST_F(UsageModelTest, OneFetchPerServiceAtATimeAndCallersJoinIt) {
+    auto* claude = scripted[ProviderID::claude];
+    claude->then(snap(limit("session", 10)));
+    claude->gate = std::make_shared<AsyncEvent>();
+    int finished = 0;
+    auto call = [](UsageModel& m, int& done) -> Task<void> {
+        co_await m.refresh(ProviderID::claude);
+        ++done;
+    };
+    testing::internal::CaptureStdout();
+    spawn(call(*model, finished));
+    spawn(call(*model, finished));
+    EXPECT_EQ(claude->fetches, 1);
+    EXPECT_EQ(finished, 0);
+    claude->gate->set();
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(finished, 2);
+    EXPECT_EQ(claude->fetches, 1);
+    // Another service is not held up by Claude's fetch.
+    claude->gate = std::make_shared<AsyncEvent>();
+    scripted[ProviderID::codex]->then(snap(limit("primary", 1)));
+    testing::internal::CaptureStdout();
+    spawn(call(*model, finished));
+    refresh(ProviderID::codex);
+    testing::internal::GetCapturedStdout();
+    EXPECT_TRUE(model->isLoggedIn(ProviderID::codex));
+    claude->gate->set();
+}
+
+TEST_F(UsageModelTest, MainLimitNotificationsFollowTheMemory) {
+    onlyClaude();
+    auto* p = scripted[ProviderID::claude];
+    auto step = [&](double used, std::optional<std::chrono::seconds> resetIn = 3h) {
+        p->script.clear();
+        p->then(snap(limit("session", used, resetIn)));
+        testing::internal::CaptureStdout();
+        refresh(ProviderID::claude);
+        testing::internal::GetCapturedStdout();
+        return notifier.take();
+    };
+    using V = std::vector<std::string>;
+    EXPECT_EQ(step(70), V{}) << "the first numbers of a run are silent";
+    EXPECT_TRUE(model->state(ProviderID::claude).notifiedBelow50);
+    EXPECT_FALSE(model->state(ProviderID::claude).notifiedBelow10);
+    EXPECT_EQ(step(92), V{"claude below10 session"});
+    EXPECT_EQ(step(95), V{});
+    EXPECT_EQ(step(20), V{}) << "a falling use alone does not clear the memory";
+    EXPECT_EQ(step(95, 3h + 30s), V{}) << "a reset time 30 s later is not a reset";
+    EXPECT_EQ(step(5, 3h + 30s + 61s), V{"claude reset session"});
+    EXPECT_FALSE(model->state(ProviderID::claude).notifiedBelow50);
+    EXPECT_EQ(step(55, 3h + 91s), V{"claude below50 session"});
+    EXPECT_EQ(step(92, 3h + 91s), V{"claude below10 session"});
+    // From full to eight in one step: only the almost-gone notification, and both flags set.
+    EXPECT_EQ(step(0, 10h), V{"claude reset session"});
+    EXPECT_EQ(step(92, 10h), V{"claude below10 session"});
+    EXPECT_TRUE(model->state(ProviderID::claude).notifiedBelow50);
+}
+
+TEST_F(UsageModelTest, ResetNeedsEarlierUseAndNotStartedLeavesTheMemoryAlone) {
+    onlyClaude();
+    auto* p = scripted[ProviderID::claude];
+    auto step = [&](UsageSnapshot s) {
+        p->script.clear();
+        p->then(std::move(s));
+        testing::internal::CaptureStdout();
+        refresh(ProviderID::claude);
+        testing::internal::GetCapturedStdout();
+        return notifier.take();
+    };
+    using V = std::vector<std::string>;
+    EXPECT_EQ(step(snap(limit("session", 0, 1h))), V{});
+    EXPECT_EQ(step(snap(limit("session", 55, 2h))), V{"claude below50 session"})
+        << "no reset from an unused limit; the thresholds then run as usual";
+    UsageSnapshot notStarted = snap(limit("session", 95, 5h));
+    notStarted.mainNotStarted = true;
+    EXPECT_EQ(step(notStarted), V{});
+    EXPECT_FALSE(model->state(ProviderID::claude).notifiedBelow10);
+    EXPECT_TRUE(model->state(ProviderID::claude).notifiedBelow50);
+}
+
+TEST_F(UsageModelTest, SecondaryLimitsOnlyGetAlmostGoneOnce) {
+    onlyClaude();
+    auto* p = scripted[ProviderID::claude];
+    auto step = [&](double weeklyUsed, std::chrono::seconds weeklyReset, double opusUsed) {
+        p->script.clear();
+        p->then(snap(limit("session", 10, 1h),
+                     {limit("weekly", weeklyUsed, weeklyReset), limit("opus", opusUsed, 48h)}));
+        testing::internal::CaptureStdout();
+        refresh(ProviderID::claude);
+        testing::internal::GetCapturedStdout();
+        return notifier.take();
+    };
+    using V = std::vector<std::string>;
+    EXPECT_EQ(step(95, 72h, 10), V{}) << "first seen at 5 % left: recorded, not sent";
+    EXPECT_TRUE(model->state(ProviderID::claude).notifiedBelow10Others.contains("weekly"));
+    EXPECT_EQ(step(96, 72h, 50), V{});
+    EXPECT_EQ(step(96, 72h, 91), V{"claude below10 opus"});
+    EXPECT_EQ(step(97, 72h, 99), V{});
+    EXPECT_EQ(step(1, 72h + 7 * 24h, 99), V{}) << "a reset clears the memory silently";
+    EXPECT_EQ(step(93, 72h + 7 * 24h, 99), V{"claude below10 weekly"});
+}
+
+TEST_F(UsageModelTest, LoginAndErrorStatuses) {
+    onlyClaude();
+    auto* p = scripted[ProviderID::claude];
+    testing::internal::CaptureStdout();
+    p->thenThrow(ProviderError::needsLogin());
+    refresh(ProviderID::claude);
+    EXPECT_EQ(model->state(ProviderID::claude).status, "Not logged in. Click Log in to Claude.");
+    EXPECT_TRUE(notifier.take().empty()) << "no login-expired without numbers";
+
+    p->script.clear();
+    p->thenThrow(std::runtime_error("The request timed out"));
+    refresh(ProviderID::claude);
+    EXPECT_EQ(model->state(ProviderID::claude).status, "Error: The request timed out.");
+    EXPECT_TRUE(model->state(ProviderID::claude).needsLogin) << "an error leaves the login state alone";
+
+    p->script.clear();
+    p->then(snap(limit("session", 40, 1h)));
+    refresh(ProviderID::claude);
+    ASSERT_TRUE(model->isLoggedIn(ProviderID::claude));
+
+    p->script.clear();
+    p->thenThrow(WebError("Page: x | Direct: y"));
+    refresh(ProviderID::claude);
+    const ProviderState afterError = model->state(ProviderID::claude);
+    EXPECT_EQ(afterError.status, "Error: Page: x | Direct: y. Showing last known numbers.");
+    EXPECT_EQ(afterError.lastError, "Page: x | Direct: y");
+    EXPECT_TRUE(afterError.snapshot && afterError.snapshot->main) << "the last good numbers stay";
+    EXPECT_TRUE(model->isLoggedIn(ProviderID::claude));
+
+    p->script.clear();
+    p->thenThrow(ProviderError::needsLogin());
+    refresh(ProviderID::claude);
+    refresh(ProviderID::claude);
+    const std::string logged = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(notifier.take(), (std::vector<std::string>{"claude loginExpired"}))
+        << "once, on the transition";
+    EXPECT_FALSE(model->isLoggedIn(ProviderID::claude));
+    EXPECT_FALSE(model->state(ProviderID::claude).lastError);
+    EXPECT_NE(logged.find("[Ostrel] Claude needs login\n"), std::string::npos);
+    EXPECT_NE(logged.find("[Ostrel] Claude error: Page: x | Direct: y\n"), std::string::npos);
+}
+
+TEST_F(UsageModelTest, TickRefetchesAPassedResetButNotTooOften) {
+    onlyClaude();
+    auto* p = scripted[ProviderID::claude];
+    p->then(snap(limit("session", 50, 45s)));
+    testing::internal::CaptureStdout();
+    model->start();
+    EXPECT_EQ(p->fetches, 1);
+    clock.advance(30s);
+    EXPECT_EQ(p->fetches, 1) << "reset not yet passed";
+    clock.advance(30s); // tick at 60 s and poll at 60 s
+    const int afterMinute = p->fetches;
+    EXPECT_EQ(afterMinute, 2) << "the poll refreshed; the tick saw the attempt was just now";
+    clock.advance(30s); // tick at 90 s: the reset time stays in the past, last attempt 30 s ago
+    EXPECT_EQ(p->fetches, 3);
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(model->now(), clock.now()) << "the tick moves the model's clock";
+}
+
+TEST_F(UsageModelTest, TrackingChangesRefreshAndAllOffDoesNothing) {
+    testing::internal::CaptureStdout();
+    settings.setEnabled({});
+    runSync(model->refreshAll(), 5s);
+    for (auto& [id, p] : scripted)
+        EXPECT_EQ(p->fetches, 0);
+    EXPECT_TRUE(model->activeProviders().empty());
+    scripted[ProviderID::cursor]->then(snap(limit("monthly", 10)));
+    settings.setProviderEnabled(ProviderID::cursor, true);
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(scripted[ProviderID::cursor]->fetches, 1) << "turning a service on refreshes at once";
+    EXPECT_EQ(scripted[ProviderID::claude]->fetches, 0);
+    EXPECT_EQ(model->tabProviders(), std::vector<ProviderID>{ProviderID::cursor});
+}
+
+TEST_F(UsageModelTest, LogOutClearsTheServiceAndTheNextDataIsSilent) {
+    onlyClaude();
+    auto* p = scripted[ProviderID::claude];
+    p->then(snap(limit("session", 95, 1h)));
+    testing::internal::CaptureStdout();
+    refresh(ProviderID::claude);
+    runSync(model->logOut(ProviderID::claude), 5s);
+    const ProviderState s = model->state(ProviderID::claude);
+    EXPECT_EQ(s.status, "Logged out");
+    EXPECT_FALSE(s.snapshot);
+    EXPECT_TRUE(s.needsLogin);
+    EXPECT_TRUE(s.lastAttempt);
+    EXPECT_EQ(p->web_.logOuts, 1);
+    EXPECT_EQ(p->resets, 1);
+    p->script.clear();
+    p->thenThrow(ProviderError::needsLogin());
+    refresh(ProviderID::claude);
+    p->script.clear();
+    p->then(snap(limit("session", 96, 1h)));
+    refresh(ProviderID::claude);
+    testing::internal::GetCapturedStdout();
+    EXPECT_TRUE(notifier.take().empty()) << "no login-expired after a log-out; first data after it is silent";
+}
+
+TEST_F(UsageModelTest, LoginWindowActions) {
+    model->showLogin(ProviderID::codex);
+    EXPECT_EQ(login.shown, std::vector<ProviderID>{ProviderID::codex});
+    testing::internal::CaptureStdout();
+    model->switchAccount(ProviderID::cursor);
+    EXPECT_EQ(scripted[ProviderID::cursor]->web_.logOuts, 1);
+    EXPECT_EQ(login.shown.back(), ProviderID::cursor) << "log-out first, then the login page";
+    scripted[ProviderID::cursor]->then(snap(limit("monthly", 10)));
+    login.onClose(ProviderID::cursor);
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(scripted[ProviderID::cursor]->fetches, 1) << "closing the window refreshes that service";
+}
