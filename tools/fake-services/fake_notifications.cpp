@@ -27,7 +27,9 @@ FakeNotifications::FakeNotifications(GDBusConnection* bus) : bus_(GObjectPtr<GDB
     g_dbus_node_info_unref(node);
     ownerId_ = g_bus_own_name_on_connection(
         bus_.get(), "org.freedesktop.Notifications", G_BUS_NAME_OWNER_FLAGS_NONE,
-        [](GDBusConnection*, const char*, gpointer self) { static_cast<FakeNotifications*>(self)->owned_ = true; },
+        [](GDBusConnection*, const char*, gpointer self) {
+            static_cast<FakeNotifications*>(self)->owned_ = true;
+        },
         nullptr, this, nullptr);
 }
 
@@ -45,15 +47,16 @@ void FakeNotifications::onCall(GDBusConnection*, const char*, const char*, const
         const char* caps[] = {"body", "sound", nullptr};
         g_dbus_method_invocation_return_value(invocation, g_variant_new("(^as)", caps));
     } else if (name == "GetServerInformation") {
-        g_dbus_method_invocation_return_value(invocation, g_variant_new("(ssss)", "fake", "ostrel", "1", "1.2"));
+        g_dbus_method_invocation_return_value(invocation,
+                                              g_variant_new("(ssss)", "fake", "ostrel", "1", "1.2"));
     } else if (name == "Notify") {
         const char *app = nullptr, *icon = nullptr, *summary = nullptr, *body = nullptr;
         guint32 replaces = 0;
         gint32 timeout = 0;
         GVariantIter* actions = nullptr;
         GVariant* hints = nullptr;
-        g_variant_get(params, "(&su&s&s&sas@a{sv}i)", &app, &replaces, &icon, &summary, &body, &actions, &hints,
-                      &timeout);
+        g_variant_get(params, "(&su&s&s&sas@a{sv}i)", &app, &replaces, &icon, &summary, &body, &actions,
+                      &hints, &timeout);
         Notification n{app, replaces, summary, body, {}, self->nextId_++};
         const char* sound = nullptr;
         if (g_variant_lookup(hints, "sound-name", "&s", &sound)) n.soundName = sound;
@@ -62,7 +65,8 @@ void FakeNotifications::onCall(GDBusConnection*, const char*, const char*, const
         self->received_.push_back(n);
         g_dbus_method_invocation_return_value(invocation, g_variant_new("(u)", n.id));
     } else {
-        g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.DBus.Error.UnknownMethod", method);
+        g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.DBus.Error.UnknownMethod",
+                                                   method);
     }
 }
 

@@ -5,7 +5,6 @@
 #include "async/gobject_ptr.h"
 
 #include <gio/gio.h>
-
 #include <string>
 #include <vector>
 
@@ -33,8 +32,8 @@ class FakeNotifications {
     int capabilityQueries() const { return capabilityQueries_; }
 
   private:
-    static void onCall(GDBusConnection*, const char*, const char*, const char*, const char* method, GVariant* params,
-                       GDBusMethodInvocation* invocation, gpointer self);
+    static void onCall(GDBusConnection*, const char*, const char*, const char*, const char* method,
+                       GVariant* params, GDBusMethodInvocation* invocation, gpointer self);
 
     GObjectPtr<GDBusConnection> bus_;
     guint registration_ = 0;
