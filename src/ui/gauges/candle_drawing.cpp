@@ -43,10 +43,13 @@ void drawBody(cairo_t* cr, const CandleLayout& c, const std::array<Rgb, 2>& colo
 
 void drawFlame(GtkSnapshot* snapshot, const CandleLayout& c, const std::array<Rgb, 2>& colours) {
     auto glow = PushedEffect::shadow(snapshot, withOpacity(colours[0], 0.8), 0, 0, c.flameGlowBlur);
-    SnapshotState state(snapshot);
-    transformSnapshot(snapshot, c.flamePlacement);
-    // The teardrop bulges a little beyond its box.
-    CairoPtr cr = appendCairo(snapshot, c.flameBox, 0.2 * c.flameHeight);
+    // The stretch and turn are applied inside Cairo: GTK 4.8 misplaces Cairo nodes recorded under a
+    // snapshot scale combined with an offset. The teardrop bulges a little beyond its box.
+    const double bulge = 0.2 * c.flameHeight;
+    const Rect box{c.flameBox.x - bulge, c.flameBox.y - bulge, c.flameBox.width + 2 * bulge,
+                   c.flameBox.height + 2 * bulge};
+    CairoPtr cr = appendCairo(snapshot, transformedBounds(c.flamePlacement, box));
+    applyAffine(cr.get(), c.flamePlacement);
     PatternPtr paint =
         verticalGradient(c.flameBox, {{0, withOpacity(colours[0], 1)}, {1, withOpacity(colours[1], 1)}});
     tracePath(cr.get(), flameShape(c.flameBox));

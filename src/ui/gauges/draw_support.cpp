@@ -126,12 +126,12 @@ CairoPtr appendCairo(GtkSnapshot* snapshot, Rect bounds, double margin) {
 }
 
 void transformSnapshot(GtkSnapshot* snapshot, const Affine& a) {
-    graphene_matrix_t m;
-    graphene_matrix_init_from_2d(&m, a.xx, a.yx, a.xy, a.yy, a.x0, a.y0);
-    GskTransform* t = gsk_transform_matrix(nullptr, &m);
-    // The snapshot keeps its own reference; ours is released here.
-    gtk_snapshot_transform(snapshot, t);
-    gsk_transform_unref(t);
+    // A general matrix would make the transform node's class unknown, which the Cairo renderer
+    // cannot draw; a move, turn and scale stay two-dimensional.
+    const AffineParts parts = decompose(a);
+    translateSnapshot(snapshot, parts.translation.x, parts.translation.y);
+    gtk_snapshot_rotate(snapshot, static_cast<float>(parts.rotationDegrees));
+    gtk_snapshot_scale(snapshot, static_cast<float>(parts.scaleX), static_cast<float>(parts.scaleY));
 }
 
 void appendColour(GtkSnapshot* snapshot, Rect r, Rgba c) {

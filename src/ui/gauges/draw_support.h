@@ -73,6 +73,8 @@ void applyAffine(cairo_t* cr, const Affine& a);
 CairoPtr appendCairo(GtkSnapshot* snapshot, Rect bounds, double margin = 0);
 graphene_rect_t toGraphene(Rect r);
 void translateSnapshot(GtkSnapshot* snapshot, double dx, double dy);
+// Only for maps without skew (moves, turns, scales), which is all the gauges use. Record no Cairo
+// node under a scale set this way: GTK 4.8 misplaces Cairo nodes under a scale with an offset.
 void transformSnapshot(GtkSnapshot* snapshot, const Affine& a);
 void appendColour(GtkSnapshot* snapshot, Rect r, Rgba c);
 

@@ -11,6 +11,15 @@ Rect unite(Rect a, Rect b) {
     return {x0, y0, std::max(a.maxX(), b.maxX()) - x0, std::max(a.maxY(), b.maxY()) - y0};
 }
 
+Rect transformedBounds(const Affine& a, Rect r) {
+    const Point corners[] = {a.apply({r.minX(), r.minY()}), a.apply({r.maxX(), r.minY()}),
+                             a.apply({r.minX(), r.maxY()}), a.apply({r.maxX(), r.maxY()})};
+    Rect out{corners[0].x, corners[0].y, 0, 0};
+    for (const Point& p : corners)
+        out = unite(out, {p.x, p.y, 0, 0});
+    return out;
+}
+
 std::vector<Point> Path::endPoints() const {
     std::vector<Point> out;
     out.reserve(elements_.size());
@@ -51,6 +60,16 @@ Affine Affine::then(const Affine& n) const {
     // n ∘ this: first this, then n.
     return {n.xx * xx + n.xy * yx, n.yx * xx + n.yy * yx,        n.xx * xy + n.xy * yy,
             n.yx * xy + n.yy * yy, n.xx * x0 + n.xy * y0 + n.x0, n.yx * x0 + n.yy * y0 + n.y0};
+}
+
+AffineParts decompose(const Affine& a) {
+    // The first column is the x axis after turn and scale; the determinant carries y's scale and flip.
+    AffineParts parts;
+    parts.translation = {a.x0, a.y0};
+    parts.scaleX = std::hypot(a.xx, a.yx);
+    parts.rotationDegrees = std::atan2(a.yx, a.xx) * 180 / kPi;
+    parts.scaleY = parts.scaleX > 0 ? (a.xx * a.yy - a.xy * a.yx) / parts.scaleX : 0;
+    return parts;
 }
 
 } // namespace ostrel

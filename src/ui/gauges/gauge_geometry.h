@@ -35,6 +35,10 @@ struct Rect {
 // The smallest rectangle holding both.
 Rect unite(Rect a, Rect b);
 
+struct Affine;
+// The axis-aligned bounds of `r` after `a`.
+Rect transformedBounds(const Affine& a, Rect r);
+
 struct LineSegment {
     Point from;
     Point to;
@@ -83,6 +87,16 @@ struct Affine {
     Affine then(const Affine& next) const;
     Point apply(Point p) const { return {xx * p.x + xy * p.y + x0, yx * p.x + yy * p.y + y0}; }
 };
+
+// An affine map without skew as a move, a turn and a scale: apply scale first, then turn, then move.
+// Renderers keep such transforms in their fast two-dimensional class.
+struct AffineParts {
+    Point translation;
+    double rotationDegrees = 0;
+    double scaleX = 1;
+    double scaleY = 1;
+};
+AffineParts decompose(const Affine& a);
 
 inline constexpr double kPi = 3.14159265358979323846;
 inline double radians(double degrees) {

@@ -1,0 +1,113 @@
+#include "ui/gauges/gauge_view.h"
+
+#include <chrono>
+#include <gtest/gtest.h>
+#include <gtkmm/init.h>
+
+using namespace ostrel;
+
+namespace {
+
+bool waitUntil(const std::function<bool()>& done) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        g_main_context_iteration(nullptr, FALSE);
+    }
+    return true;
+}
+
+class GaugeViewTest : public ::testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        gtk_init();
+        Gtk::init_gtkmm_internals();
+    }
+    void SetUp() override { animations(true); }
+    void TearDown() override { animations(true); }
+
+    static void animations(bool on) { Gtk::Settings::get_default()->property_gtk_enable_animations() = on; }
+    void show(GaugeView& view) {
+        window.set_child(view);
+        window.present();
+        ASSERT_TRUE(waitUntil([&] { return view.get_mapped(); }));
+    }
+
+    double now = 1000;
+    GaugeView::TimeSource clock = [this] { return now; };
+    Gtk::Window window;
+};
+
+} // namespace
+
+TEST_F(GaugeViewTest, FillsFromEmptyWhenShownAndFollowsNewLevels) {
+    GaugeView view(GaugeTheme::glass, 0.6, UsageLevel::high, true, clock);
+    view.setLevel(0.7); // before it is on screen: no animation yet, just the target
+    show(view);
+    EXPECT_DOUBLE_EQ(view.currentFrame().inputs.level, 0);
+    now += 0.45;
+    EXPECT_NEAR(view.currentFrame().inputs.level, 0.7 * 0.875, 1e-12);
+    EXPECT_DOUBLE_EQ(view.currentFrame().inputs.t, now);
+
+    const double shown = view.currentFrame().inputs.level;
+    view.setLevel(0.2);
+    EXPECT_DOUBLE_EQ(view.currentFrame().inputs.level, shown);
+    now += 0.9;
+    EXPECT_DOUBLE_EQ(view.currentFrame().inputs.level, 0.2);
+    EXPECT_EQ(view.currentFrame().inputs.state, UsageLevel::high);
+}
+
+TEST_F(GaugeViewTest, ReduceMotionShowsAStillPictureAtTheExactLevel) {
+    GaugeView view(GaugeTheme::candle, 0.6, UsageLevel::high, true, clock);
+    show(view);
+    EXPECT_TRUE(view.motionOn());
+    EXPECT_TRUE(view.ticking());
+
+    animations(false);
+    EXPECT_FALSE(view.motionOn());
+    EXPECT_FALSE(view.ticking());
+    const GaugeFrame still = view.currentFrame();
+    EXPECT_DOUBLE_EQ(still.inputs.level, 0.6);
+    EXPECT_DOUBLE_EQ(still.inputs.t, 0);
+    EXPECT_DOUBLE_EQ(still.inputs.hover, 0);
+    EXPECT_DOUBLE_EQ(still.rotationDegrees, 0);
+
+    animations(true);
+    EXPECT_TRUE(view.ticking());
+}
+
+TEST_F(GaugeViewTest, ClockRunsOnlyWhileMappedAndAllowed) {
+    GaugeView view(GaugeTheme::hearts, 0.3, UsageLevel::medium, false, clock);
+    EXPECT_FALSE(view.ticking());
+    show(view);
+    EXPECT_FALSE(view.ticking()); // the caller did not allow motion
+    view.setAnimated(true);
+    EXPECT_TRUE(view.ticking());
+    window.set_visible(false);
+    ASSERT_TRUE(waitUntil([&] { return !view.get_mapped(); }));
+    EXPECT_FALSE(view.ticking());
+
+    // Shown again, it refills from empty.
+    now += 5;
+    window.present();
+    ASSERT_TRUE(waitUntil([&] { return view.get_mapped(); }));
+    EXPECT_TRUE(view.ticking());
+    EXPECT_DOUBLE_EQ(view.currentFrame().inputs.level, 0);
+}
+
+TEST_F(GaugeViewTest, AsksForTheThemesNaturalSizeUnlessToldOtherwise) {
+    GaugeView view(GaugeTheme::meter, 0.5, UsageLevel::high, true, clock);
+    auto measure = [&](Gtk::Orientation o) {
+        int minimum = 0, natural = 0, minBase = 0, natBase = 0;
+        view.measure(o, -1, minimum, natural, minBase, natBase);
+        return natural;
+    };
+    EXPECT_EQ(measure(Gtk::Orientation::HORIZONTAL), 190);
+    EXPECT_EQ(measure(Gtk::Orientation::VERTICAL), 150);
+    view.setTheme(GaugeTheme::hearts);
+    EXPECT_EQ(measure(Gtk::Orientation::HORIZONTAL), 220);
+    EXPECT_EQ(measure(Gtk::Orientation::VERTICAL), 70);
+    view.setPreferredSize(Size{64, 48});
+    EXPECT_EQ(measure(Gtk::Orientation::HORIZONTAL), 64);
+    EXPECT_EQ(measure(Gtk::Orientation::VERTICAL), 48);
+}
