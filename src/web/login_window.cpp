@@ -1,0 +1,109 @@
+#include "web/login_window.h"
+
+#include "web/web_session.h"
+
+#include <cstdio>
+
+namespace ostrel {
+
+namespace {
+
+constexpr const char* hintCss = R"(
+.login-hint { background-color: rgba(0, 122, 255, 0.12); padding: 12px 14px; }
+.login-hint-line { background-color: rgba(0, 122, 255, 0.25); min-height: 1px; }
+.login-hint image { color: rgb(0, 122, 255); }
+)";
+
+GtkWidget* makeHint() {
+    GtkWidget* row = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 10);
+    gtk_widget_add_css_class(row, "login-hint");
+    gtk_widget_set_hexpand(row, TRUE);
+
+    GtkWidget* icon = gtk_image_new_from_icon_name("dialog-information-symbolic");
+    gtk_image_set_pixel_size(GTK_IMAGE(icon), 15);
+    gtk_widget_set_valign(icon, GTK_ALIGN_START);
+    gtk_box_append(GTK_BOX(row), icon);
+
+    GtkWidget* text = gtk_label_new(nullptr);
+    gtk_label_set_markup(GTK_LABEL(text),
+                         "Using Google? If you see a passkey or Bluetooth error, choose <b>Try "
+                         "another way</b>. Logging in with email also works.");
+    gtk_label_set_wrap(GTK_LABEL(text), TRUE);
+    gtk_label_set_lines(GTK_LABEL(text), -1);
+    gtk_label_set_width_chars(GTK_LABEL(text), 20);
+    gtk_label_set_xalign(GTK_LABEL(text), 0);
+    gtk_widget_set_hexpand(text, TRUE);
+    gtk_widget_set_valign(text, GTK_ALIGN_START);
+    gtk_box_append(GTK_BOX(row), text);
+    return row;
+}
+
+} // namespace
+
+LoginWindow::~LoginWindow() {
+    if (!window_) return;
+    // The web view belongs to its session: take it out before the window goes.
+    if (view_) gtk_box_remove(GTK_BOX(box_), view_);
+    gtk_window_destroy(window_);
+}
+
+void LoginWindow::build() {
+    window_ = GTK_WINDOW(gtk_window_new());
+    gtk_window_set_default_size(window_, 480, 680);
+    gtk_window_set_resizable(window_, TRUE);
+    gtk_window_set_hide_on_close(window_, TRUE);
+    g_signal_connect(window_, "close-request", G_CALLBACK(&LoginWindow::onCloseRequest), this);
+
+    GObjectPtr<GtkCssProvider> css = adopt(gtk_css_provider_new());
+    gtk_css_provider_load_from_data(css.get(), hintCss, -1);
+    gtk_style_context_add_provider_for_display(gtk_widget_get_display(GTK_WIDGET(window_)),
+                                               GTK_STYLE_PROVIDER(css.get()),
+                                               GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+
+    box_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    gtk_box_append(GTK_BOX(box_), makeHint());
+    GtkWidget* line = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0); // the hint's 1-point bottom edge
+    gtk_widget_add_css_class(line, "login-hint-line");
+    gtk_box_append(GTK_BOX(box_), line);
+    gtk_window_set_child(window_, box_);
+}
+
+void LoginWindow::show(ProviderID id, UsageProvider& provider) {
+    auto* session = dynamic_cast<WebSession*>(&provider.web());
+    if (!session) {
+        std::printf("[Ostrel] %s has no web page to log in on\n", std::string(displayName(id)).c_str());
+        return;
+    }
+    show(id, *session, provider.loginURL());
+}
+
+void LoginWindow::show(ProviderID id, WebSession& session, const std::string& url) {
+    if (!window_) build();
+    const std::string name(displayName(id));
+    std::printf("[Ostrel] Opening login window for %s\n", name.c_str());
+    std::fflush(stdout);
+    current_ = id;
+    gtk_window_set_title(window_, ("Log in to " + name + ", then close this window").c_str());
+
+    GtkWidget* view = GTK_WIDGET(session.webView());
+    if (view_ != view) {
+        if (view_) gtk_box_remove(GTK_BOX(box_), view_);
+        view_ = view;
+        gtk_widget_set_hexpand(view_, TRUE);
+        gtk_widget_set_vexpand(view_, TRUE);
+        gtk_box_append(GTK_BOX(box_), view_);
+    }
+    session.load(url);
+    // GTK cannot place a window itself; the window manager centres new windows on most desktops.
+    gtk_window_present(window_);
+}
+
+gboolean LoginWindow::onCloseRequest(GtkWindow*, gpointer data) {
+    auto* self = static_cast<LoginWindow*>(data);
+    // Hide first: the refresh that closing starts must not find the view still on screen.
+    gtk_widget_set_visible(GTK_WIDGET(self->window_), FALSE);
+    if (self->current_ && self->onClose) self->onClose(*self->current_);
+    return TRUE; // handled: the window is kept for the next login
+}
+
+} // namespace ostrel

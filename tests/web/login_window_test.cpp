@@ -1,0 +1,103 @@
+#include "fake_claude.h"
+#include "model/usage_model.h"
+#include "providers/claude_provider.h"
+#include "support/screenshot.h"
+#include "web/login_window.h"
+#include "web_fixture.h"
+
+#include <gtest/gtest.h>
+
+using namespace ostrel;
+using namespace ostrel::test;
+using namespace std::chrono_literals;
+using fake::FakeClaude;
+
+namespace {
+
+class SilentNotifier final : public Notifier {
+  public:
+    void notifyBelow50(ProviderID, const UsageLimit&) override {}
+    void notifyBelow10(ProviderID, const UsageLimit&) override {}
+    void notifyReset(ProviderID, const UsageLimit&) override {}
+    void notifyLoginExpired(ProviderID) override { ++loginExpired; }
+    int loginExpired = 0;
+};
+
+Task<void> addCookie(WebKitCookieManager* m, std::string domain) {
+    SoupCookie* c = soup_cookie_new("WorkosCursorSessionToken", "another-service", domain.c_str(), "/", 3600);
+    co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
+        webkit_cookie_manager_add_cookie(m, c, nullptr, cb, ud);
+    });
+    soup_cookie_free(c);
+}
+
+} // namespace
+
+TEST_F(WebFixture, LogInThroughTheLoginWindowThenLogOut) {
+    FakeClaude claude;
+    AppSettings settings(dir_.file("settings.ini"));
+    settings.setEnabled({ProviderID::claude});
+    SystemClock clock;
+    SilentNotifier notifier;
+    LoginWindow login;
+    auto session =
+        std::make_unique<WebSession>(*context_, claude.host(), claude.origin() + "/settings/usage");
+    WebSession& web = *session;
+    UsageModel::Providers providers;
+    providers[ProviderID::claude] =
+        std::make_unique<ClaudeProvider>(std::move(session), *ServiceEndpoint::parse(claude.origin()), clock);
+    UsageModel model(settings, std::move(providers), clock, notifier, login);
+
+    model.showLogin(ProviderID::claude);
+    ASSERT_TRUE(login.window());
+    const std::string loginPage = claude.origin() + "/login";
+    auto onLoginPage = [&] {
+        const char* uri = webkit_web_view_get_uri(web.webView());
+        return uri && uri == loginPage && !webkit_web_view_is_loading(web.webView());
+    };
+    ASSERT_TRUE(runLoopUntil(onLoginPage, 20s));
+    ASSERT_TRUE(runLoopUntil([&] { return gtk_widget_get_mapped(GTK_WIDGET(web.webView())); }, 10s));
+    EXPECT_STREQ(gtk_window_get_title(login.window()), "Log in to Claude, then close this window");
+    int w = 0, h = 0;
+    gtk_window_get_default_size(login.window(), &w, &h);
+    EXPECT_EQ(w, 480);
+    EXPECT_EQ(h, 680);
+
+    // While the window is open, refreshing Claude does not touch the page.
+    runSync(model.refresh(ProviderID::claude), 30s);
+    EXPECT_EQ(model.state(ProviderID::claude).status, "Not logged in. Click Log in to Claude.");
+
+    pump(300ms); // let the page paint before taking its picture
+    const std::string shot = saveScreenshot(GTK_WIDGET(login.window()), "login/claude-login-window");
+    EXPECT_FALSE(shot.empty());
+
+    runScript(web.webView(), "document.getElementById('email').value = 'dev@example.com';"
+                             "document.querySelector('button[type=submit]').click(); 'sent'");
+    ASSERT_TRUE(runLoopUntil([&] { return !claude.issuedSessions().empty(); }, 20s));
+    waitForLoad(web.webView());
+
+    // Closing the window refreshes the service it showed.
+    gtk_window_close(login.window());
+    ASSERT_TRUE(runLoopUntil([&] { return model.isLoggedIn(ProviderID::claude); }, 30s));
+    EXPECT_FALSE(gtk_widget_get_visible(GTK_WIDGET(login.window())));
+    EXPECT_EQ(model.state(ProviderID::claude).snapshot->main->percentLeft(), 58);
+
+    runSync(addCookie(context_->cookies(), "127.0.0.3"), 10s);
+    testing::internal::CaptureStdout();
+    runSync(model.logOut(ProviderID::claude), 30s);
+    const std::string logged = testing::internal::GetCapturedStdout();
+    EXPECT_FALSE(runSync(web.hasCookie(FakeClaude::cookieName), 10s));
+    WebSession other(*context_, "127.0.0.3", "http://127.0.0.3:1/");
+    EXPECT_TRUE(runSync(other.hasCookie("WorkosCursorSessionToken"), 10s));
+    EXPECT_EQ(model.state(ProviderID::claude).status, "Logged out");
+    EXPECT_EQ(notifier.loginExpired, 0);
+    EXPECT_NE(logged.find("[Ostrel][127.0.0.2] Logged out (1 data records removed)\n"), std::string::npos)
+        << logged;
+    for (const auto& token : claude.issuedSessions())
+        EXPECT_EQ(logged.find(token), std::string::npos);
+
+    // The same window serves the next login.
+    GtkWindow* first = login.window();
+    model.showLogin(ProviderID::claude);
+    EXPECT_EQ(login.window(), first);
+}
