@@ -44,15 +44,13 @@ void drawBody(cairo_t* cr, const CandleLayout& c, const std::array<Rgb, 2>& colo
 void drawFlame(GtkSnapshot* snapshot, const CandleLayout& c, const std::array<Rgb, 2>& colours) {
     auto glow = PushedEffect::shadow(snapshot, withOpacity(colours[0], 0.8), 0, 0, c.flameGlowBlur);
     // The stretch and turn are applied inside Cairo: GTK 4.8 misplaces Cairo nodes recorded under a
-    // snapshot scale combined with an offset. The teardrop bulges a little beyond its box.
-    const double bulge = 0.2 * c.flameHeight;
-    const Rect box{c.flameBox.x - bulge, c.flameBox.y - bulge, c.flameBox.width + 2 * bulge,
-                   c.flameBox.height + 2 * bulge};
-    CairoPtr cr = appendCairo(snapshot, transformedBounds(c.flamePlacement, box));
+    // snapshot scale combined with an offset.
+    const Path flame = flameShape(c.flameBox);
+    CairoPtr cr = appendCairo(snapshot, flame.hullBounds(c.flamePlacement).grown(1));
     applyAffine(cr.get(), c.flamePlacement);
     PatternPtr paint =
         verticalGradient(c.flameBox, {{0, withOpacity(colours[0], 1)}, {1, withOpacity(colours[1], 1)}});
-    tracePath(cr.get(), flameShape(c.flameBox));
+    tracePath(cr.get(), flame);
     cairo_set_source(cr.get(), paint.get());
     cairo_fill(cr.get());
     tracePath(cr.get(), flameShape(c.flameCore));
@@ -60,9 +58,12 @@ void drawFlame(GtkSnapshot* snapshot, const CandleLayout& c, const std::array<Rg
     cairo_fill(cr.get());
 }
 
-void drawSmoke(GtkSnapshot* snapshot, const CandleLayout& c, const GaugeStyle& style, Size size) {
+void drawSmoke(GtkSnapshot* snapshot, const CandleLayout& c, const GaugeStyle& style) {
     auto blur = PushedEffect::blur(snapshot, 2);
-    CairoPtr cr = appendCairo(snapshot, {0, 0, size.width, size.height});
+    Rect bounds = Rect::centredAt(c.smoke[0].centre, c.smoke[0].diameter, c.smoke[0].diameter);
+    for (const SmokePuff& puff : c.smoke)
+        bounds = unite(bounds, Rect::centredAt(puff.centre, puff.diameter, puff.diameter));
+    CairoPtr cr = appendCairo(snapshot, bounds.grown(1));
     for (const SmokePuff& puff : c.smoke) {
         cairo_new_sub_path(cr.get());
         cairo_arc(cr.get(), puff.centre.x, puff.centre.y, puff.diameter / 2, 0, 2 * kPi);
@@ -86,7 +87,7 @@ void drawCandleGauge(GtkSnapshot* snapshot, const GaugeInputs& in, Size size, co
     if (c.lit)
         drawFlame(snapshot, c, colours);
     else
-        drawSmoke(snapshot, c, style, size);
+        drawSmoke(snapshot, c, style);
 }
 
 } // namespace ostrel

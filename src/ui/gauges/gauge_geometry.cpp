@@ -11,15 +11,6 @@ Rect unite(Rect a, Rect b) {
     return {x0, y0, std::max(a.maxX(), b.maxX()) - x0, std::max(a.maxY(), b.maxY()) - y0};
 }
 
-Rect transformedBounds(const Affine& a, Rect r) {
-    const Point corners[] = {a.apply({r.minX(), r.minY()}), a.apply({r.maxX(), r.minY()}),
-                             a.apply({r.minX(), r.maxY()}), a.apply({r.maxX(), r.maxY()})};
-    Rect out{corners[0].x, corners[0].y, 0, 0};
-    for (const Point& p : corners)
-        out = unite(out, {p.x, p.y, 0, 0});
-    return out;
-}
-
 std::vector<Point> Path::endPoints() const {
     std::vector<Point> out;
     out.reserve(elements_.size());
@@ -37,6 +28,23 @@ std::vector<Point> Path::endPoints() const {
             break;
         case PathElement::Kind::close:
             break;
+        }
+    }
+    return out;
+}
+
+Rect Path::hullBounds(const Affine& a) const {
+    Rect out;
+    bool first = true;
+    for (const PathElement& e : elements_) {
+        const int used = e.kind == PathElement::Kind::close   ? 0
+                         : e.kind == PathElement::Kind::quad  ? 2
+                         : e.kind == PathElement::Kind::cubic ? 3
+                                                              : 1;
+        for (int i = 0; i < used; ++i) {
+            const Point p = a.apply(e.points[static_cast<std::size_t>(i)]);
+            out = first ? Rect{p.x, p.y, 0, 0} : unite(out, {p.x, p.y, 0, 0});
+            first = false;
         }
     }
     return out;

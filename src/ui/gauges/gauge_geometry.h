@@ -29,6 +29,7 @@ struct Rect {
     Point centre() const { return {midX(), midY()}; }
     // The rectangle of the given size whose centre is `c`.
     static Rect centredAt(Point c, double w, double h) { return {c.x - w / 2, c.y - h / 2, w, h}; }
+    Rect grown(double by) const { return {x - by, y - by, width + 2 * by, height + 2 * by}; }
     bool operator==(const Rect&) const = default;
 };
 
@@ -36,8 +37,6 @@ struct Rect {
 Rect unite(Rect a, Rect b);
 
 struct Affine;
-// The axis-aligned bounds of `r` after `a`.
-Rect transformedBounds(const Affine& a, Rect r);
 
 struct LineSegment {
     Point from;
@@ -66,6 +65,8 @@ class Path {
     bool empty() const { return elements_.empty(); }
     // The end point of every element except close, in order: the corners of a polygon path.
     std::vector<Point> endPoints() const;
+    // Bounds of all points, control points included, after `a`: they contain the whole path.
+    Rect hullBounds(const Affine& a) const;
 
   private:
     std::vector<PathElement> elements_;

@@ -22,9 +22,11 @@ PatternPtr liquidGradient(Rect r, UsageLevel state) {
 }
 
 void strokeStreak(GtkSnapshot* snapshot, const GlassLayout& g, bool left, double width, double topOpacity) {
-    auto blur = PushedEffect::blur(snapshot, g.streakBlur);
-    CairoPtr cr = appendCairo(snapshot, g.frame);
     const LineSegment s = wallStreak(g.frame, left);
+    auto blur = PushedEffect::blur(snapshot, g.streakBlur);
+    // Tight bounds: the blur costs in proportion to the area it covers.
+    CairoPtr cr =
+        appendCairo(snapshot, unite({s.from.x, s.from.y, 0, 0}, {s.to.x, s.to.y, 0, 0}).grown(width));
     cairo_move_to(cr.get(), s.from.x, s.from.y);
     cairo_line_to(cr.get(), s.to.x, s.to.y);
     PatternPtr paint = verticalGradient(g.frame, {{0, white(topOpacity)}, {1, white(0)}});

@@ -75,11 +75,11 @@ void drawMeterGauge(GtkSnapshot* snapshot, const GaugeInputs& in, Size size, con
     }
     {
         auto shadow = PushedEffect::shadow(snapshot, black(0.3), 0, 1, 2);
-        CairoPtr cr = appendCairo(snapshot, dial);
-        cairo_translate(cr.get(), c.x, c.y);
-        cairo_rotate(cr.get(), radians(m.needleAngle));
-        cairo_translate(cr.get(), -c.x, -c.y);
+        // Tight bounds around the turned needle: the shadow's blur costs by area.
+        const Affine turn = Affine::rotationAbout(c, m.needleAngle);
         const Path needle = needleShape(dial);
+        CairoPtr cr = appendCairo(snapshot, needle.hullBounds(turn).grown(1));
+        applyAffine(cr.get(), turn);
         PatternPtr paint = linearGradient({c.x - 0.05 * m.diameter, c.y}, {c.x + 0.34 * m.diameter, c.y},
                                           {{0, Rgba{1.0, 0.94, 0.78, 1}}, {1, withOpacity(colours[0], 1)}});
         tracePath(cr.get(), needle);

@@ -37,3 +37,17 @@ TEST(Affine, DecomposesIntoMoveTurnAndScale) {
     for (Point p : {Point{0, 0}, Point{3, -7}, Point{-2, 5}})
         expectNear(rebuilt.apply(p), a.apply(p));
 }
+
+TEST(Path, HullBoundsHoldTheTurnedShapeAndItsControlPoints) {
+    Path p;
+    p.moveTo({0, 0});
+    p.lineTo({10, 0});
+    p.cubicTo({12, 4}, {10, 8}, {5, 8});
+    p.close();
+    const Rect plain = p.hullBounds({});
+    EXPECT_EQ(plain, (Rect{0, 0, 12, 8}));
+    const Rect turned = p.hullBounds(Affine::rotation(90));
+    EXPECT_NEAR(turned.x, -8, 1e-9);
+    EXPECT_NEAR(turned.width, 8, 1e-9);
+    EXPECT_NEAR(turned.height, 12, 1e-9);
+}

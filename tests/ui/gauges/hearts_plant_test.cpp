@@ -89,15 +89,6 @@ TEST(HeartsLayout, RowIsCentredAndAHopRunsAlongIt) {
     EXPECT_LT(hop.hearts[0].transform.apply({0, 0}).y, still.hearts[0].transform.apply({0, 0}).y);
 }
 
-TEST(HeartsLayout, RowWigglesOnlyUnderThePointer) {
-    const HeartsLayout calm = heartsLayout({1, UsageLevel::veryHigh, 0.3, 0}, {220, 70});
-    const HeartsLayout hovered = heartsLayout({1, UsageLevel::veryHigh, 0.3, 1}, {220, 70});
-    for (std::size_t i = 0; i < calm.hearts.size(); ++i) {
-        EXPECT_DOUBLE_EQ(calm.hearts[i].wiggle, 0);
-        EXPECT_NEAR(hovered.hearts[i].wiggle, 8 * std::sin(3.6 + static_cast<double>(i)), 1e-12);
-    }
-}
-
 TEST(PlantLayout, StandsUpWhenFullAndWiltsWhenEmpty) {
     const Size size{130, 170};
     const PlantLayout full = plantLayout({1, UsageLevel::veryHigh, 0, 0}, size);
@@ -121,12 +112,6 @@ TEST(PlantLayout, StandsUpWhenFullAndWiltsWhenEmpty) {
     EXPECT_NEAR(angleOf(droop, empty.sideLeaves[0].transform.apply({-half, 0})), 180 - 45, 1e-9);
     EXPECT_NEAR(angleOf(droop, empty.sideLeaves[1].transform.apply({half, 0})), 45, 1e-9);
     EXPECT_NEAR(angleOf(empty.stemTip, empty.topLeaf.transform.apply({1, 0})), 30, 1e-9);
-}
-
-TEST(PlantLayout, LeafColourFollowsTheBand) {
-    EXPECT_EQ(leafColor(UsageLevel::low), (Rgb{0.66, 0.46, 0.24}));
-    EXPECT_EQ(leafColor(UsageLevel::medium), leafColor(UsageLevel::high));
-    EXPECT_EQ(leafColor(UsageLevel::veryHigh), (Rgb{0.36, 0.74, 0.36}));
 }
 
 TEST(PlantLayout, PlantSwaysAboutThePotRim) {

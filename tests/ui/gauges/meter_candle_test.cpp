@@ -119,12 +119,3 @@ TEST(CandleLayout, PointerBlowsTheFlameOverClockwiseAboutItsBase) {
     EXPECT_GT(tip.x, base.x);
     EXPECT_NEAR(angleOf(base, tip), -90 + 14, 1e-9);
 }
-
-TEST(CandleLayout, SmokeRisesFromTheWickAndFades) {
-    const CandleLayout c = candleLayout({0, UsageLevel::low, 0, 0}, {110, 170});
-    EXPECT_DOUBLE_EQ(c.smoke[0].centre.y, c.wickTop);
-    EXPECT_DOUBLE_EQ(c.smoke[0].opacity, 0.25);
-    EXPECT_NEAR(c.smoke[1].centre.y, c.wickTop - 0.1 * 170, 1e-9);
-    EXPECT_NEAR(c.smoke[2].opacity, 0.25 / 3, 1e-12);
-    EXPECT_GT(c.smoke[2].diameter, c.smoke[0].diameter);
-}
