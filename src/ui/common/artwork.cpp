@@ -1,0 +1,37 @@
+#include "ui/common/artwork.h"
+
+#include "async/gobject_ptr.h"
+
+#include <gio/gio.h>
+#include <giomm/memoryinputstream.h>
+
+extern "C" GResource* ostrel_get_resource(void);
+
+namespace ostrel {
+
+std::string_view artworkSvg(std::string_view name) {
+    const std::string path = "/app/ostrel/Ostrel/art/" + std::string(name) + ".svg";
+    // The bundle lives for the whole run, so its bytes can be handed out as views.
+    GBytes* bytes =
+        g_resource_lookup_data(ostrel_get_resource(), path.c_str(), G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr);
+    if (!bytes) return {};
+    gsize size = 0;
+    const auto* data = static_cast<const char*>(g_bytes_get_data(bytes, &size));
+    std::string_view view(data, size);
+    g_bytes_unref(bytes); // the data stays: it points into the program's own image
+    return view;
+}
+
+Glib::RefPtr<Gdk::Pixbuf> artworkPixbuf(std::string_view name, int pixels) {
+    const std::string_view svg = artworkSvg(name);
+    if (svg.empty() || pixels <= 0) return {};
+    try {
+        auto stream = Gio::MemoryInputStream::create();
+        stream->add_data(svg.data(), static_cast<gssize>(svg.size()), nullptr);
+        return Gdk::Pixbuf::create_from_stream_at_scale(stream, pixels, pixels, true);
+    } catch (const Glib::Error&) {
+        return {};
+    }
+}
+
+} // namespace ostrel
