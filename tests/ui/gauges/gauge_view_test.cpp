@@ -1,6 +1,8 @@
+#include "ui/gauges/gauge_render.h"
 #include "ui/gauges/gauge_view.h"
 
 #include <chrono>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <gtkmm/init.h>
 
@@ -17,6 +19,21 @@ bool waitUntil(const std::function<bool()>& done) {
     return true;
 }
 
+// Delivers a pointer event to the view's motion controller, as GTK would.
+void emitPointer(GaugeView& view, const char* signal, double x = 0, double y = 0) {
+    auto controllers = adopt(gtk_widget_observe_controllers(view.gobj()));
+    const guint n = g_list_model_get_n_items(G_LIST_MODEL(controllers.get()));
+    for (guint i = 0; i < n; ++i) {
+        auto controller =
+            adopt(static_cast<GObject*>(g_list_model_get_item(G_LIST_MODEL(controllers.get()), i)));
+        if (!GTK_IS_EVENT_CONTROLLER_MOTION(controller.get())) continue;
+        if (std::string_view(signal) == "leave")
+            g_signal_emit_by_name(controller.get(), signal);
+        else
+            g_signal_emit_by_name(controller.get(), signal, x, y);
+    }
+}
+
 class GaugeViewTest : public ::testing::Test {
   protected:
     static void SetUpTestSuite() {
@@ -30,7 +47,7 @@ class GaugeViewTest : public ::testing::Test {
     void show(GaugeView& view) {
         window.set_child(view);
         window.present();
-        ASSERT_TRUE(waitUntil([&] { return view.get_mapped(); }));
+        ASSERT_TRUE(waitUntil([&] { return view.get_mapped() && view.get_width() > 0; }));
     }
 
     double now = 1000;
@@ -110,4 +127,41 @@ TEST_F(GaugeViewTest, AsksForTheThemesNaturalSizeUnlessToldOtherwise) {
     view.setPreferredSize(Size{64, 48});
     EXPECT_EQ(measure(Gtk::Orientation::HORIZONTAL), 64);
     EXPECT_EQ(measure(Gtk::Orientation::VERTICAL), 48);
+}
+
+TEST_F(GaugeViewTest, PointerAtTheRightEdgeLeansTheGaugeAndLeavingUndoesIt) {
+    GaugeView view(GaugeTheme::glass, 0.5, UsageLevel::high, true, clock);
+    show(view);
+    const double w = view.get_width();
+    const double h = view.get_height();
+    ASSERT_GT(w, 0);
+    emitPointer(view, "enter", w, h / 2);
+    now += 0.35;
+    GaugeFrame leaning = view.currentFrame();
+    EXPECT_DOUBLE_EQ(leaning.rotationDegrees, 6);
+    EXPECT_DOUBLE_EQ(leaning.offset.x, 0.05 * w);
+    EXPECT_DOUBLE_EQ(leaning.offset.y, 0);
+    EXPECT_DOUBLE_EQ(leaning.inputs.hover, 1);
+
+    // The widget draws itself turned: keep a picture of it for review, once a frame has been drawn.
+    const auto frameClock = view.get_frame_clock();
+    const gint64 first = frameClock->get_frame_counter();
+    ASSERT_TRUE(waitUntil([&] { return frameClock->get_frame_counter() > first + 1; }));
+    auto paintable = adopt(gtk_widget_paintable_new(view.gobj()));
+    auto snapshot = adopt(gtk_snapshot_new());
+    appendColour(snapshot.get(), {0, 0, w, h}, {0.15, 0.15, 0.17, 1});
+    gdk_paintable_snapshot(GDK_PAINTABLE(paintable.get()), GDK_SNAPSHOT(snapshot.get()), w, h);
+    RenderNodePtr node = finishSnapshot(std::move(snapshot));
+    OffscreenRenderer renderer;
+    auto texture = renderer.render(node.get(), {0, 0, w, h});
+    ASSERT_TRUE(texture);
+    const std::string dir = OSTREL_BUILD_DIR "/screenshots/gauges/";
+    std::filesystem::create_directories(dir);
+    EXPECT_TRUE(gdk_texture_save_to_png(texture.get(), (dir + "view_leaning_right.png").c_str()));
+
+    emitPointer(view, "leave");
+    now += 0.35;
+    const GaugeFrame rest = view.currentFrame();
+    EXPECT_DOUBLE_EQ(rest.rotationDegrees, 0);
+    EXPECT_DOUBLE_EQ(rest.inputs.hover, 0);
 }
