@@ -210,6 +210,34 @@ Task<void> UsageModel::logOut(ProviderID id) {
     store(id, std::move(s));
 }
 
+std::vector<MenuBarItem> UsageModel::menuBarItems() const {
+    std::vector<MenuBarItem> items;
+    for (ProviderID id : activeProviders()) {
+        const ProviderState s = state(id);
+        if (s.needsLogin || !s.snapshot || !s.snapshot->main) continue;
+        const UsageLimit& main = *s.snapshot->main;
+        std::string text = Fmt::percent(main.percentLeft());
+        if (settings_.showsResetTime(id) && main.resetsAt)
+            text += " · " + Fmt::duration(*main.resetsAt, now_, true);
+        items.push_back({id, std::move(text), main.level()});
+    }
+    return items;
+}
+
+std::string UsageModel::menuBarAccessibilityText() const {
+    const std::vector<MenuBarItem> items = menuBarItems();
+    if (items.empty()) return "Ostrel";
+    std::string out;
+    for (const MenuBarItem& item : items) {
+        std::string text = item.text;
+        if (auto dot = text.find(" · "); dot != std::string::npos)
+            text.replace(dot, std::string(" · ").size(), " left, resets in ");
+        if (!out.empty()) out += ", ";
+        out += std::string(displayName(item.id)) + " " + text;
+    }
+    return out;
+}
+
 void UsageModel::updateMenuBarAppearance() {
     if (!appearance_) return;
     const std::optional<bool> dark = appearance_();

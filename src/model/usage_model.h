@@ -19,6 +19,15 @@
 
 namespace ostrel {
 
+// One entry of the tray label: a service's logo tinted by level, and its text ("42%" or
+// "42% · 2h 5m").
+struct MenuBarItem {
+    ProviderID id;
+    std::string text;
+    UsageLevel level;
+    bool operator==(const MenuBarItem&) const = default;
+};
+
 // Shows a service's own login page to the user; calls `onClose` when the user closes it.
 class LoginHost {
   public:
@@ -59,6 +68,11 @@ class UsageModel {
 
     // One 30-second housekeeping step (public so a caller with its own timing can drive it).
     Task<void> tick();
+
+    // Every tracked, logged-in service that has a main limit, in service order.
+    std::vector<MenuBarItem> menuBarItems() const;
+    // What a screen reader says for the label: "Claude 42% left, resets in 2h 5m, Codex 80%".
+    std::string menuBarAccessibilityText() const;
 
     // Where the bar's darkness comes from; no answer keeps the current value.
     void setAppearanceSource(std::function<std::optional<bool>()> source) { appearance_ = std::move(source); }

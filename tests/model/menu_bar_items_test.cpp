@@ -1,0 +1,89 @@
+#include "model/usage_model.h"
+#include "model_doubles.h"
+#include "support/test_env.h"
+
+#include <gtest/gtest.h>
+
+using namespace ostrel;
+using namespace ostrel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+class MenuBarItems : public ::testing::Test {
+  protected:
+    MenuBarItems() {
+        UsageModel::Providers providers;
+        for (ProviderID id : allProviders) {
+            auto p = std::make_unique<ScriptedProvider>(id);
+            scripted[id] = p.get();
+            providers[id] = std::move(p);
+        }
+        testing::internal::CaptureStdout();
+        model = std::make_unique<UsageModel>(settings, std::move(providers), clock, notifier, login);
+    }
+    ~MenuBarItems() override { testing::internal::GetCapturedStdout(); }
+
+    void give(ProviderID id, double used, std::optional<std::chrono::seconds> resetIn) {
+        UsageLimit l{"main", "Main", used, std::nullopt};
+        if (resetIn) l.resetsAt = clock.now() + *resetIn;
+        scripted[id]->script.clear();
+        scripted[id]->then(UsageSnapshot{l, false, {}, std::nullopt, std::nullopt});
+        runSync(model->refresh(id), 5s);
+    }
+
+    TempDir dir;
+    AppSettings settings{dir.file("settings.ini")};
+    ManualClock clock{std::chrono::system_clock::now()};
+    RecordingNotifier notifier;
+    RecordingLogin login;
+    std::map<ProviderID, ScriptedProvider*> scripted;
+    std::unique_ptr<UsageModel> model;
+};
+
+} // namespace
+
+TEST_F(MenuBarItems, NothingToShowSaysOstrel) {
+    EXPECT_TRUE(model->menuBarItems().empty());
+    EXPECT_EQ(model->menuBarAccessibilityText(), "Ostrel");
+    give(ProviderID::cursor, 10, std::nullopt);
+    settings.setEnabled({});
+    EXPECT_TRUE(model->menuBarItems().empty()) << "a service that is not tracked is not shown";
+    EXPECT_EQ(model->menuBarAccessibilityText(), "Ostrel");
+}
+
+TEST_F(MenuBarItems, TextsLevelsAndSpokenForm) {
+    settings.setResetTimeShown({ProviderID::claude, ProviderID::codex});
+    give(ProviderID::claude, 92.4, 50min + 30s);
+    give(ProviderID::cursor, 58, 3h);     // reset time not asked for
+    give(ProviderID::codex, 20, std::nullopt); // asked for, but there is none
+    const auto items = model->menuBarItems();
+    ASSERT_EQ(items.size(), 3u);
+    EXPECT_EQ(items[0], (MenuBarItem{ProviderID::claude, "8% · 50m", UsageLevel::low}));
+    EXPECT_EQ(items[1], (MenuBarItem{ProviderID::cursor, "42%", UsageLevel::medium}));
+    EXPECT_EQ(items[2], (MenuBarItem{ProviderID::codex, "80%", UsageLevel::veryHigh}));
+    EXPECT_EQ(model->menuBarAccessibilityText(), "Claude 8% left, resets in 50m, Cursor 42%, Codex 80%");
+}
+
+TEST_F(MenuBarItems, FailuresKeepNumbersButALostLoginHidesThem) {
+    settings.setResetTimeShown({ProviderID::claude});
+    give(ProviderID::claude, 50, 4 * 24h);
+    EXPECT_EQ(model->menuBarItems()[0].text, "50% · 4d");
+    scripted[ProviderID::claude]->script.clear();
+    scripted[ProviderID::claude]->thenThrow(WebError("offline"));
+    runSync(model->refresh(ProviderID::claude), 5s);
+    ASSERT_EQ(model->menuBarItems().size(), 1u) << "an error keeps the last numbers on show";
+    scripted[ProviderID::claude]->script.clear();
+    scripted[ProviderID::claude]->thenThrow(ProviderError::needsLogin());
+    runSync(model->refresh(ProviderID::claude), 5s);
+    EXPECT_TRUE(model->menuBarItems().empty());
+}
+
+TEST_F(MenuBarItems, TheCountdownMovesWithTheModelsClock) {
+    give(ProviderID::claude, 10, 2h + 5min);
+    EXPECT_EQ(model->menuBarItems()[0].text, "90% · 2h 5m");
+    clock.advance(30min);
+    EXPECT_EQ(model->menuBarItems()[0].text, "90% · 2h 5m") << "only the tick moves the model's now";
+    runSync(model->tick(), 5s);
+    EXPECT_EQ(model->menuBarItems()[0].text, "90% · 1h 35m");
+}
