@@ -52,22 +52,22 @@ std::optional<TimePoint> after(TimePoint now, double seconds) {
     return now + *ms;
 }
 
-// The window's "reset_at", in the first form that applies: seconds or milliseconds since 1970,
-// then a text date. A number outside what a time point holds counts as no "reset_at" at all.
-std::optional<TimePoint> resetAt(const json& window, bool& given) {
-    given = false;
+// What a window's "reset_at" says. Not given (missing, of another kind, or a number no time point
+// holds): the seconds to go decide. Given as text that does not parse: no reset time at all.
+struct ResetAt {
+    bool given = false;
+    std::optional<TimePoint> time;
+};
+
+ResetAt readResetAt(const json& window) {
     const json* at = member(window, "reset_at");
-    if (!at) return std::nullopt;
+    if (!at) return {};
     if (auto t = jsonNumber(*at)) {
         auto when = atEpochSeconds(*t > millisecondsThreshold ? *t / 1000 : *t);
-        given = when.has_value();
-        return when;
+        return {when.has_value(), when};
     }
-    if (at->is_string()) {
-        given = true;
-        return parseServiceDate(at->get<std::string>());
-    }
-    return std::nullopt;
+    if (at->is_string()) return {true, parseServiceDate(at->get<std::string>())};
+    return {};
 }
 
 // A whole number as decimal text, independent of the user's locale and of integer range.
@@ -113,9 +113,8 @@ std::optional<CodexProvider::WindowInfo> CodexProvider::window(const json& value
     std::optional<TimePoint> resetFromAfter = resetAfter ? after(now, *resetAfter) : std::nullopt;
     if (!resetFromAfter) resetAfter.reset();
 
-    bool atGiven = false;
-    std::optional<TimePoint> reset = resetAt(value, atGiven);
-    if (!atGiven) reset = resetFromAfter;
+    const ResetAt at = readResetAt(value);
+    const std::optional<TimePoint> reset = at.given ? at.time : resetFromAfter;
 
     bool notStarted = false;
     if (*used == 0 && windowSeconds && resetAfter && *resetAfter >= *windowSeconds - 60)
