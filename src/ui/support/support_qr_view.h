@@ -1,0 +1,49 @@
+#pragma once
+// The payment screen: the UPI link for the amount as a QR code, who gets paid, and the payee's UPI
+// address with a copy button.
+
+#include "async/loop.h"
+#include "async/task.h"
+#include "ui/support/screen_box.h"
+
+#include <gtkmm/box.h>
+#include <gtkmm/button.h>
+#include <gtkmm/image.h>
+#include <gtkmm/label.h>
+#include <memory>
+
+namespace ostrel {
+
+class SupportQRView : public ScreenBox {
+  public:
+    explicit SupportQRView(double amount);
+    ~SupportQRView() override;
+    SupportQRView(const SupportQRView&) = delete;
+    SupportQRView& operator=(const SupportQRView&) = delete;
+
+    // The payee address was copied less than 2 seconds ago.
+    bool copied() const { return copied_; }
+
+  private:
+    void copyAddress();
+    void setCopied(bool copied);
+    // Clears the checkmark 2 seconds after a copy, or at once when the sleep is cut short.
+    static Task<void> clearCopiedLater(std::weak_ptr<int> alive, SupportQRView* view,
+                                       GObjectPtr<GCancellable> cancellable);
+
+    double amount_;
+    bool copied_ = false;
+
+    Gtk::Box qrTile_;
+    Gtk::Label payLine_;
+    Gtk::Button copyButton_;
+    Gtk::Box copyContent_{Gtk::Orientation::HORIZONTAL, 6};
+    Gtk::Label address_;
+    Gtk::Image copySymbol_;
+    Gtk::Label hint_;
+
+    Cancellable cancellable_;
+    std::shared_ptr<int> alive_ = std::make_shared<int>(0);
+};
+
+} // namespace ostrel
