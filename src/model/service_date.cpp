@@ -97,7 +97,11 @@ std::optional<TimePoint> parseInternetDateTime(std::string_view text, bool fract
     // A leap second (:60) is read as the first second of the next minute.
     if (!ymd.ok() || *hour > 23 || *minute > 59 || *second > 60) return std::nullopt;
     const auto local = sys_days(ymd) + hours(*hour) + minutes(*minute) + seconds(*second) + millis;
-    return time_point_cast<system_clock::duration>(local - offset);
+    const auto utc = local - offset; // milliseconds: no overflow for any four-digit year
+    // The clock's own resolution covers about 1678…2262; a date outside it is no date we can use.
+    const auto limit = duration_cast<milliseconds>(system_clock::duration::max()) - milliseconds(1);
+    if (utc.time_since_epoch() > limit || utc.time_since_epoch() < -limit) return std::nullopt;
+    return time_point_cast<system_clock::duration>(utc);
 }
 
 } // namespace

@@ -33,6 +33,12 @@ TEST(ServiceDate, LeapSecondIsTheNextMinutesFirstSecond) {
     EXPECT_EQ(parseServiceDate("2016-12-31T23:59:60Z"), utc(2017, 1, 1, 0, 0, 0));
 }
 
+TEST(ServiceDate, DatesBeyondTheClocksRangeAreNoDate) {
+    EXPECT_EQ(parseServiceDate("9999-12-31T00:00:00Z"), std::nullopt);
+    EXPECT_EQ(parseServiceDate("0001-01-01T00:00:00Z"), std::nullopt);
+    EXPECT_EQ(parseServiceDate("2200-01-01T00:00:00Z"), utc(2200, 1, 1, 0, 0, 0)) << "far but representable";
+}
+
 TEST(ServiceDate, AnythingElseIsNoDate) {
     for (const char* bad : {"",
                             "garbage",

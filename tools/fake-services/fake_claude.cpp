@@ -1,6 +1,7 @@
 #include "fake_claude.h"
 
 #include <algorithm>
+#include <charconv>
 
 namespace ostrel::fake {
 
@@ -63,14 +64,23 @@ bool FakeClaude::loggedIn(const FakeRequest& r) const {
     return !value.empty() && std::find(valid_.begin(), valid_.end(), value) != valid_.end();
 }
 
+namespace {
+// JSON numbers in the C form whatever the user's locale says about decimal commas.
+std::string number(double v) {
+    char buf[64];
+    auto [end, ec] = std::to_chars(buf, buf + sizeof buf, v);
+    return ec == std::errc() ? std::string(buf, end) : "0";
+}
+} // namespace
+
 std::string FakeClaude::usageJson(double sessionPercent, std::optional<TimePoint> sessionReset,
                                   double weeklyPercent, std::optional<TimePoint> weeklyReset) {
     auto resets = [](const std::optional<TimePoint>& t) {
         return t ? ",\"resets_at\":\"" + isoDate(*t) + "\"" : std::string();
     };
-    return "{\"limits\":[{\"kind\":\"session\",\"group\":\"session\",\"percent\":" +
-           std::to_string(sessionPercent) + resets(sessionReset) +
-           "},{\"kind\":\"weekly_all\",\"group\":\"weekly\",\"percent\":" + std::to_string(weeklyPercent) +
+    return "{\"limits\":[{\"kind\":\"session\",\"group\":\"session\",\"percent\":" + number(sessionPercent) +
+           resets(sessionReset) +
+           "},{\"kind\":\"weekly_all\",\"group\":\"weekly\",\"percent\":" + number(weeklyPercent) +
            resets(weeklyReset) + "}]}";
 }
 
