@@ -2,8 +2,8 @@
 
 #include "async/gobject_ptr.h"
 
+#include <gdk-pixbuf/gdk-pixbuf.h>
 #include <gio/gio.h>
-#include <giomm/memoryinputstream.h>
 
 extern "C" GResource* ostrel_get_resource(void);
 
@@ -22,16 +22,17 @@ std::string_view artworkSvg(std::string_view name) {
     return view;
 }
 
-Glib::RefPtr<Gdk::Pixbuf> artworkPixbuf(std::string_view name, int pixels) {
+GObjectPtr<GdkPixbuf> artworkPixbufRaw(std::string_view name, int pixels) {
     const std::string_view svg = artworkSvg(name);
     if (svg.empty() || pixels <= 0) return {};
-    try {
-        auto stream = Gio::MemoryInputStream::create();
-        stream->add_data(svg.data(), static_cast<gssize>(svg.size()), nullptr);
-        return Gdk::Pixbuf::create_from_stream_at_scale(stream, pixels, pixels, true);
-    } catch (const Glib::Error&) {
-        return {};
-    }
+    auto stream =
+        adopt(g_memory_input_stream_new_from_data(svg.data(), static_cast<gssize>(svg.size()), nullptr));
+    return adopt(gdk_pixbuf_new_from_stream_at_scale(stream.get(), pixels, pixels, TRUE, nullptr, nullptr));
+}
+
+Glib::RefPtr<Gdk::Pixbuf> artworkPixbuf(std::string_view name, int pixels) {
+    GObjectPtr<GdkPixbuf> raw = artworkPixbufRaw(name, pixels);
+    return raw ? Glib::wrap(static_cast<GdkPixbuf*>(g_object_ref(raw.get()))) : Glib::RefPtr<Gdk::Pixbuf>();
 }
 
 } // namespace ostrel

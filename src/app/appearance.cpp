@@ -1,0 +1,90 @@
+#include "app/appearance.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <gtk/gtk.h>
+#include <memory>
+#include <string>
+
+namespace ostrel {
+
+namespace {
+constexpr const char* portalName = "org.freedesktop.portal.Desktop";
+constexpr const char* portalPath = "/org/freedesktop/portal/desktop";
+constexpr const char* settingsIface = "org.freedesktop.portal.Settings";
+
+// The portal wraps the value in one or two variants depending on the method and its version.
+std::optional<unsigned> schemeFrom(GVariant* v) {
+    while (v && g_variant_is_of_type(v, G_VARIANT_TYPE_VARIANT))
+        v = g_variant_get_variant(v);
+    if (v && g_variant_is_of_type(v, G_VARIANT_TYPE_UINT32)) return g_variant_get_uint32(v);
+    return std::nullopt;
+}
+} // namespace
+
+Appearance::Appearance(GDBusConnection* bus, std::function<void()> changed)
+    : bus_(GObjectPtr<GDBusConnection>::ref(bus)), changed_(std::move(changed)) {
+    if (!bus_) return;
+    subscription_ = g_dbus_connection_signal_subscribe(
+        bus_.get(), portalName, settingsIface, "SettingChanged", portalPath, "org.freedesktop.appearance",
+        G_DBUS_SIGNAL_FLAGS_NONE, &Appearance::onSettingChanged, this, nullptr);
+    readPortal();
+}
+
+Appearance::~Appearance() {
+    *alive_ = false;
+    if (subscription_) g_dbus_connection_signal_unsubscribe(bus_.get(), subscription_);
+}
+
+void Appearance::readPortal() {
+    struct Ctx {
+        Appearance* self;
+        std::shared_ptr<bool> alive;
+    };
+    auto* ctx = new Ctx{this, alive_};
+    g_dbus_connection_call(
+        bus_.get(), portalName, portalPath, settingsIface, "Read",
+        g_variant_new("(ss)", "org.freedesktop.appearance", "color-scheme"), G_VARIANT_TYPE("(v)"),
+        G_DBUS_CALL_FLAGS_NONE, 3000, nullptr,
+        [](GObject* source, GAsyncResult* res, gpointer data) {
+            std::unique_ptr<Ctx> c(static_cast<Ctx*>(data));
+            GVariantPtr reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), res, nullptr));
+            if (!*c->alive || !reply) return; // no portal: the GTK theme decides
+            GVariant* inner = g_variant_get_child_value(reply.get(), 0);
+            c->self->colorScheme_ = schemeFrom(inner);
+            g_variant_unref(inner);
+            if (c->self->changed_) c->self->changed_();
+        },
+        ctx);
+}
+
+void Appearance::onSettingChanged(GDBusConnection*, const char*, const char*, const char*, const char*,
+                                  GVariant* params, gpointer data) {
+    auto* self = static_cast<Appearance*>(data);
+    const char *ns = nullptr, *key = nullptr;
+    GVariant* value = nullptr;
+    g_variant_get(params, "(&s&sv)", &ns, &key, &value);
+    if (std::strcmp(key, "color-scheme") == 0) self->colorScheme_ = schemeFrom(value);
+    g_variant_unref(value);
+    if (self->changed_) self->changed_();
+}
+
+std::optional<bool> Appearance::barIsDark() const {
+    if (const char* forced = std::getenv("OSTREL_TRAY_STYLE")) {
+        if (std::strcmp(forced, "dark") == 0) return true;
+        if (std::strcmp(forced, "light") == 0) return false;
+    }
+    if (colorScheme_ == 1u) return true;
+    if (colorScheme_ == 2u) return false;
+    if (GtkSettings* gs = gtk_settings_get_default()) {
+        gboolean preferDark = FALSE;
+        char* theme = nullptr;
+        g_object_get(gs, "gtk-application-prefer-dark-theme", &preferDark, "gtk-theme-name", &theme, nullptr);
+        const bool darkTheme = theme && std::string(theme).find("dark") != std::string::npos;
+        g_free(theme);
+        if (preferDark || darkTheme) return true;
+    }
+    return std::nullopt; // no preference anywhere: keep what we have (dark bars are the common case)
+}
+
+} // namespace ostrel

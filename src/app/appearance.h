@@ -1,0 +1,37 @@
+#pragma once
+// Whether the tray's bar is dark: the desktop's colour-scheme setting (the settings portal's
+// org.freedesktop.appearance color-scheme), else the GTK theme's dark preference. OSTREL_TRAY_STYLE
+// (dark or light) overrides both, for panels that do not follow the desktop's scheme.
+
+#include "async/gobject_ptr.h"
+
+#include <functional>
+#include <gio/gio.h>
+#include <optional>
+
+namespace ostrel {
+
+class Appearance {
+  public:
+    // `changed` runs whenever the answer may have changed.
+    Appearance(GDBusConnection* bus, std::function<void()> changed);
+    Appearance(const Appearance&) = delete;
+    Appearance& operator=(const Appearance&) = delete;
+    ~Appearance();
+
+    // True for a dark bar, false for a light one, nothing when no source says.
+    std::optional<bool> barIsDark() const;
+
+  private:
+    static void onSettingChanged(GDBusConnection*, const char*, const char*, const char*, const char*,
+                                 GVariant* params, gpointer self);
+    void readPortal();
+
+    GObjectPtr<GDBusConnection> bus_;
+    std::function<void()> changed_;
+    std::optional<unsigned> colorScheme_; // 0 no preference, 1 dark, 2 light
+    guint subscription_ = 0;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+} // namespace ostrel

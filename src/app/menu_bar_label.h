@@ -1,0 +1,33 @@
+#pragma once
+// Draws the tray label: for each item the service's logo tinted by level and its text, in a row.
+// Rendered with Cairo and Pango into an ARGB image at the screen's scale.
+
+#include "model/usage_model.h"
+#include "ui/gauges/gauge_theme.h"
+
+#include <cairo.h>
+#include <memory>
+#include <vector>
+
+namespace ostrel {
+
+struct CairoSurfaceDeleter {
+    void operator()(cairo_surface_t* s) const { cairo_surface_destroy(s); }
+};
+using CairoSurfacePtr = std::unique_ptr<cairo_surface_t, CairoSurfaceDeleter>;
+
+// The logo colour for a level on a dark or a light bar.
+Rgb iconColor(UsageLevel level, bool isDark);
+
+struct MenuBarLabel {
+    std::vector<MenuBarItem> items;
+    bool isDark = true;
+
+    // The label at `scale` device pixels per point; null when there is nothing to draw.
+    CairoSurfacePtr render(double scale) const;
+};
+
+// The plain tray icon, `pixels` square, drawn in the bar's text colour.
+CairoSurfacePtr renderPlainIcon(int pixels, bool isDark);
+
+} // namespace ostrel

@@ -1,0 +1,87 @@
+#include "app/menu_bar_label.h"
+#include "support/test_env.h"
+
+#include <cmath>
+#include <glib/gstdio.h>
+#include <gtest/gtest.h>
+
+using namespace ostrel;
+
+namespace {
+
+// The label over a bar of its own colour, written where reviewers look for pictures.
+std::string savePicture(const MenuBarLabel& label, double scale, const std::string& name) {
+    CairoSurfacePtr surface = label.render(scale);
+    if (!surface) return {};
+    const int w = cairo_image_surface_get_width(surface.get()),
+              h = cairo_image_surface_get_height(surface.get());
+    CairoSurfacePtr bar(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, w + 24, h + 12));
+    cairo_t* cr = cairo_create(bar.get());
+    const double shade = label.isDark ? 0.13 : 0.94;
+    cairo_set_source_rgb(cr, shade, shade, shade);
+    cairo_paint(cr);
+    cairo_surface_set_device_scale(surface.get(), 1, 1);
+    cairo_set_source_surface(cr, surface.get(), 12, 6);
+    cairo_paint(cr);
+    cairo_destroy(cr);
+    const std::string dir = std::string(OSTREL_BUILD_DIR) + "/screenshots/tray";
+    g_mkdir_with_parents(dir.c_str(), 0755);
+    const std::string path = dir + "/" + name + ".png";
+    return cairo_surface_write_to_png(bar.get(), path.c_str()) == CAIRO_STATUS_SUCCESS ? path : std::string();
+}
+
+// Mean colour of the opaque pixels in a column range: what the logo or the text is painted in.
+struct Ink {
+    double r = 0, g = 0, b = 0;
+    int count = 0;
+};
+Ink inkIn(cairo_surface_t* s, int x0, int x1) {
+    cairo_surface_flush(s);
+    const int stride = cairo_image_surface_get_stride(s), h = cairo_image_surface_get_height(s);
+    const unsigned char* data = cairo_image_surface_get_data(s);
+    Ink ink;
+    for (int y = 0; y < h; ++y)
+        for (int x = x0; x < x1; ++x) {
+            const auto px = *reinterpret_cast<const std::uint32_t*>(data + y * stride + x * 4);
+            if ((px >> 24) != 255) continue;
+            ink.r += ((px >> 16) & 0xff) / 255.0;
+            ink.g += ((px >> 8) & 0xff) / 255.0;
+            ink.b += (px & 0xff) / 255.0;
+            ++ink.count;
+        }
+    if (ink.count) ink.r /= ink.count, ink.g /= ink.count, ink.b /= ink.count;
+    return ink;
+}
+
+} // namespace
+
+TEST(TrayLabel, LogoTakesTheLevelsColourAndTextTheBarsContrast) {
+    const std::vector<MenuBarItem> items{{ProviderID::claude, "8% · 50m", UsageLevel::low},
+                                         {ProviderID::cursor, "42%", UsageLevel::medium},
+                                         {ProviderID::codex, "80%", UsageLevel::veryHigh}};
+    for (bool dark : {true, false}) {
+        const MenuBarLabel label{items, dark};
+        CairoSurfacePtr s = label.render(2.0);
+        ASSERT_TRUE(s);
+        const Ink logo = inkIn(s.get(), 0, 30); // the first logo: 15 points at scale 2
+        ASSERT_GT(logo.count, 20);
+        const Rgb want = iconColor(UsageLevel::low, dark);
+        EXPECT_NEAR(logo.r, want.r, 0.02);
+        EXPECT_NEAR(logo.g, want.g, 0.02);
+        EXPECT_NEAR(logo.b, want.b, 0.02);
+        const Ink text = inkIn(s.get(), 40, 60);
+        ASSERT_GT(text.count, 0);
+        EXPECT_NEAR(text.r, dark ? 1.0 : 0.0, 0.01) << "white text on a dark bar, black on a light one";
+        EXPECT_FALSE(savePicture(label, 2.0, dark ? "label-dark" : "label-light").empty());
+    }
+    EXPECT_EQ(iconColor(UsageLevel::medium, true), iconColor(UsageLevel::high, true));
+    EXPECT_FALSE((MenuBarLabel{{}, true}.render(1.0))) << "no items, no label";
+}
+
+TEST(TrayLabel, LongerTextMakesAWiderLabelOfTheSameHeight) {
+    CairoSurfacePtr narrow = MenuBarLabel{{{ProviderID::claude, "8%", UsageLevel::low}}, true}.render(1);
+    CairoSurfacePtr wide =
+        MenuBarLabel{{{ProviderID::claude, "8% · 2d 23h", UsageLevel::low}}, true}.render(1);
+    EXPECT_GT(cairo_image_surface_get_width(wide.get()), cairo_image_surface_get_width(narrow.get()) + 20);
+    EXPECT_EQ(cairo_image_surface_get_height(wide.get()), cairo_image_surface_get_height(narrow.get()));
+}
