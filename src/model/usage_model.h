@@ -56,6 +56,8 @@ class UsageModel {
     std::vector<ProviderID> activeProviders() const;
     std::vector<ProviderID> tabProviders() const;
     TimePoint now() const { return now_; }
+    // Whether any fetch is under way.
+    bool isRefreshing() const { return !inFlight_.empty(); }
     bool isDarkMenuBar() const { return isDarkMenuBar_; }
     AppSettings& settings() { return settings_; }
     UsageProvider* provider(ProviderID id) const;

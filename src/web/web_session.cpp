@@ -55,10 +55,23 @@ WebSession::WebSession(WebContext& context, std::string host, std::string homeUR
     loadChanged_ =
         SignalConnection(view_.get(), g_signal_connect(view_.get(), "load-changed",
                                                        G_CALLBACK(&WebSession::onLoadChanged), this));
+    terminated_ = SignalConnection(view_.get(),
+                                   g_signal_connect(view_.get(), "web-process-terminated",
+                                                    G_CALLBACK(&WebSession::onWebProcessTerminated), this));
     load(homeURL_);
 }
 
 WebSession::~WebSession() = default;
+
+void WebSession::onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason reason,
+                                        gpointer data) {
+    auto* self = static_cast<WebSession*>(data);
+    self->pageLost_ = true;
+    self->loadRequested_ = false;
+    self->log(reason == WEBKIT_WEB_PROCESS_CRASHED
+                  ? "Web page crashed; it is reloaded on the next request"
+                  : "Web page was stopped; it is reloaded on the next request");
+}
 
 void WebSession::log(const std::string& message) const {
     std::printf("[Ostrel][%s] %s\n", host_.c_str(), message.c_str());
@@ -133,7 +146,10 @@ Task<HttpResult> WebSession::get(std::string url, Headers headers) {
 
 Task<void> WebSession::waitForPage() {
     const char* current = webkit_web_view_get_uri(view_.get());
-    if (!current || !endsWith(hostOf(current), host_)) load(homeURL_);
+    if (pageLost_ || !current || !endsWith(hostOf(current), host_)) {
+        pageLost_ = false;
+        load(homeURL_);
+    }
     for (int polls = 0;; ++polls) {
         if (!isLoading() && webkit_web_view_get_uri(view_.get())) co_return;
         if (polls == limits_.pagePolls) co_return; // try the page as it is

@@ -64,6 +64,8 @@ class WebSession final : public WebClient {
     Task<std::vector<CookiePtr>> allCookies();
     void storeAnsweredCookies(SoupMessage* msg);
     static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self);
+    static void onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason reason,
+                                       gpointer self);
 
     WebContext& context_;
     std::string host_;
@@ -71,6 +73,8 @@ class WebSession final : public WebClient {
     std::vector<std::string> loginDomains_;
     GObjectPtr<WebKitWebView> view_;
     SignalConnection loadChanged_;
+    SignalConnection terminated_;
+    bool pageLost_ = false;      // the web process behind the page ended; the next request reloads it
     bool loadRequested_ = false; // a load we started has not reported its end yet
     SourceId loadWatchdog_;
     Limits limits_;

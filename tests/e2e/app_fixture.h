@@ -1,0 +1,60 @@
+#pragma once
+// The whole app, as it runs, against the fake services: the real web engine, the real settings
+// file, the tray item and the notifier on a private session bus where a fake notification service
+// and a fake tray host listen. Tests drive it from the outside and look at what a user would see.
+
+#include "app/app_core.h"
+#include "app/status_notifier_item.h"
+#include "app/tray_presenter.h"
+#include "fake_chatgpt.h"
+#include "fake_claude.h"
+#include "fake_cursor.h"
+#include "fake_notifications.h"
+#include "fake_tray_watcher.h"
+#include "support/loop.h"
+#include "support/test_env.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+
+namespace ostrel::test {
+
+class AppFixture : public ::testing::Test {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Builds the app; `clock` defaults to the wall clock.
+    void startApp(Clock* clock = nullptr);
+    // Puts each demo account's session cookie into the web engine's store, as a login would.
+    void logInEverywhere();
+    // Refreshes a service as the poll would and waits for it; what the app logged is kept in log_.
+    void refresh(ProviderID id);
+    // The tray item as the host reads it: its title (the spoken text) and its label.
+    std::string trayTitle();
+    std::string trayLabel();
+    bool hasCookie(ProviderID id, const std::string& name);
+
+    UsageModel& model() { return core_->model(); }
+    std::string settingsPath() const { return dir_.file("config/ostrel/settings.ini"); }
+    std::string webDataDir() const { return dir_.file("data/ostrel/web"); }
+    std::string webCacheDir() const { return dir_.file("cache/ostrel/web"); }
+
+    TempDir dir_;
+    GObjectPtr<GTestDBus> bus_;
+    GObjectPtr<GDBusConnection> appBus_;
+    GObjectPtr<GDBusConnection> hostBus_;
+    std::unique_ptr<fake::FakeNotifications> notifications_;
+    std::unique_ptr<fake::FakeTrayWatcher> watcher_;
+    fake::FakeClaude claude_;
+    fake::FakeCursor cursor_;
+    fake::FakeChatGPT chatgpt_;
+    SystemClock systemClock_;
+    std::unique_ptr<AppCore> core_;
+    std::unique_ptr<StatusNotifierItem> tray_;
+    std::unique_ptr<TrayPresenter> presenter_;
+    std::string log_; // everything the app wrote to standard output during refreshes
+};
+
+} // namespace ostrel::test
