@@ -1,0 +1,74 @@
+#include "ui/panel/panel_window.h"
+
+#include "ui/panel/panel_style.h"
+#include "ui/panel/x11_placement.h"
+
+namespace ostrel {
+
+PanelWindow::PanelWindow(UsageModel& model, std::function<void()> quit) : view_(model, std::move(quit)) {
+    set_title("Ostrel");
+    set_decorated(false);
+    set_resizable(false); // the window follows the content's height as screens change
+    set_hide_on_close(true);
+    set_default_size(PanelView::width, -1);
+    add_css_class("ostrel-panel-window");
+    PanelStyle::install(*this);
+    set_child(view_);
+
+    signal_show().connect([this] { view_.panelShown(); });
+    signal_hide().connect([this] {
+        wasActive_ = false;
+        view_.panelHidden();
+    });
+    signal_map().connect([this] { placeAfterMapping(); });
+    signal_realize().connect([this] { X11Placement::markAsDropDown(*this); });
+    property_is_active().signal_changed().connect([this] {
+        // Only a focus the window had and lost counts: without a window manager it may never get one.
+        if (is_active()) {
+            wasActive_ = true;
+        } else if (wasActive_ && hidesOnFocusLoss_ && get_visible()) {
+            hide();
+        }
+    });
+
+    compositedChanged_ =
+        get_display()->property_composited().signal_changed().connect([this] { updateTranslucency(); });
+    updateTranslucency();
+}
+
+PanelWindow::~PanelWindow() {
+    compositedChanged_.disconnect();
+    if (gobj()) unset_child(); // the view goes first, so the window must let go of it (unless destroyed)
+}
+
+void PanelWindow::updateTranslucency() {
+    // Without a compositor the transparent corners would come out black: draw a solid card.
+    translucent_ = get_display()->is_composited();
+    view_.setOpaqueCard(!translucent_);
+    if (translucent_)
+        remove_css_class("opaque");
+    else
+        add_css_class("opaque");
+}
+
+void PanelWindow::popup(Pointer nearPointer) {
+    pendingPointer_ = nearPointer;
+    if (get_mapped()) placeAfterMapping();
+    present();
+}
+
+void PanelWindow::toggle(Pointer nearPointer) {
+    if (get_visible())
+        hide();
+    else
+        popup(nearPointer);
+}
+
+void PanelWindow::placeAfterMapping() {
+    if (!pendingPointer_) return;
+    const auto [x, y] = *pendingPointer_;
+    pendingPointer_.reset();
+    X11Placement::moveNear(*this, {x, y});
+}
+
+} // namespace ostrel

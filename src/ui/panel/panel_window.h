@@ -1,0 +1,52 @@
+#pragma once
+// The drop-down window the tray opens: undecorated, the panel's width, a translucent rounded card
+// when a compositor can show what lies behind it (a solid one when not). It is hidden, never
+// destroyed, when closed or when it loses the focus, and it tells the panel when it shows and hides.
+
+#include "model/usage_model.h"
+#include "ui/panel/panel_view.h"
+
+#include <functional>
+#include <gtkmm/window.h>
+#include <optional>
+#include <utility>
+
+namespace ostrel {
+
+class PanelWindow : public Gtk::Window {
+  public:
+    // Root coordinates of the click that opened the panel.
+    using Pointer = std::optional<std::pair<int, int>>;
+
+    PanelWindow(UsageModel& model, std::function<void()> quit);
+    ~PanelWindow() override;
+    PanelWindow(const PanelWindow&) = delete;
+    PanelWindow& operator=(const PanelWindow&) = delete;
+
+    // Shows the panel; on X11 next to `nearPointer` when given. On Wayland a toplevel cannot be
+    // placed, so it is only presented.
+    void popup(Pointer nearPointer = std::nullopt);
+    // Hides a shown panel, shows a hidden one.
+    void toggle(Pointer nearPointer = std::nullopt);
+
+    // A drop-down closes when the user clicks elsewhere; tests that drive the window turn it off.
+    void setHidesOnFocusLoss(bool hides) { hidesOnFocusLoss_ = hides; }
+    bool hidesOnFocusLoss() const { return hidesOnFocusLoss_; }
+
+    PanelView& view() { return view_; }
+    // Whether the card is drawn translucent (a compositor is running).
+    bool translucent() const { return translucent_; }
+
+  private:
+    void updateTranslucency();
+    void placeAfterMapping();
+
+    PanelView view_;
+    bool hidesOnFocusLoss_ = true;
+    bool wasActive_ = false;
+    bool translucent_ = false;
+    Pointer pendingPointer_;
+    sigc::connection compositedChanged_;
+};
+
+} // namespace ostrel

@@ -1,0 +1,51 @@
+#include "ui/panel/settings_rows.h"
+
+namespace ostrel {
+
+NavigationRow::NavigationRow(const std::string& text, std::function<void()> action) {
+    add_css_class("plain");
+    add_css_class("row-button");
+    set_hexpand(true);
+    text_.set_text(text);
+    text_.set_hexpand(true);
+    text_.set_xalign(0);
+    row_.append(text_);
+    value_.add_css_class("secondary");
+    value_.set_visible(false);
+    row_.append(value_);
+    chevron_.add_css_class("tertiary");
+    chevron_.set_valign(Gtk::Align::CENTER);
+    row_.append(chevron_);
+    set_child(row_);
+    signal_clicked().connect([action = std::move(action)] {
+        if (action) action();
+    });
+}
+
+void NavigationRow::setValue(const std::string& value) {
+    value_.set_text(value);
+    value_.set_visible(!value.empty());
+}
+
+SwitchRow::SwitchRow(const std::string& text, std::function<void(bool)> onToggle)
+    : Gtk::Box(Gtk::Orientation::HORIZONTAL, 8), onToggle_(std::move(onToggle)) {
+    text_.set_text(text);
+    text_.set_hexpand(true);
+    text_.set_xalign(0);
+    text_.set_wrap(true);
+    append(text_);
+    switch_.set_valign(Gtk::Align::CENTER);
+    switch_.property_active().signal_changed().connect([this] {
+        if (!updating_ && onToggle_) onToggle_(switch_.get_active());
+    });
+    append(switch_);
+}
+
+void SwitchRow::setActive(bool active) {
+    if (switch_.get_active() == active) return;
+    updating_ = true;
+    switch_.set_active(active);
+    updating_ = false;
+}
+
+} // namespace ostrel

@@ -1,0 +1,48 @@
+#pragma once
+// The settings screen: the theme row, a section per service, the support and feedback rows, and
+// "Refresh" (Ctrl+R) and "Quit Ostrel" (Ctrl+Q). It keeps nothing itself: switches write the
+// settings, account buttons call the model, the three rows call back into the panel.
+
+#include "model/usage_model.h"
+#include "ui/panel/service_section.h"
+#include "ui/panel/settings_rows.h"
+
+#include <array>
+#include <functional>
+#include <gtkmm/box.h>
+#include <gtkmm/button.h>
+#include <gtkmm/separator.h>
+#include <memory>
+
+namespace ostrel {
+
+class SettingsView : public Gtk::Box {
+  public:
+    struct Actions {
+        std::function<void()> openTheme;
+        std::function<void()> openSupport;
+        std::function<void()> openFeedback;
+        std::function<void()> quit;
+    };
+
+    SettingsView(UsageModel& model, Actions actions);
+
+  private:
+    void update();
+
+    UsageModel& model_;
+    Actions actions_;
+    NavigationRow theme_;
+    Gtk::Separator themeDivider_;
+    std::array<std::unique_ptr<ServiceSection>, 3> sections_;
+    std::array<Gtk::Separator, 3> sectionDividers_;
+    NavigationRow support_;
+    NavigationRow feedback_;
+    Gtk::Separator bottomDivider_;
+    Gtk::Box bottom_{Gtk::Orientation::HORIZONTAL};
+    Gtk::Button refresh_;
+    Gtk::Box spacer_;
+    Gtk::Button quit_;
+};
+
+} // namespace ostrel

@@ -1,0 +1,43 @@
+#include "ui/panel/stale_banner.h"
+
+#include "model/time_format.h"
+
+namespace ostrel {
+
+StaleBanner::StaleBanner(std::function<void()> retry) : Gtk::Box(Gtk::Orientation::HORIZONTAL, 8) {
+    set_name("stale-banner");
+    add_css_class("stale-banner");
+
+    mark_.add_css_class("warning-mark");
+    mark_.set_valign(Gtk::Align::CENTER);
+    append(mark_);
+
+    text_.add_css_class("caption");
+    text_.set_xalign(0);
+    text_.set_wrap(true);
+    append(text_);
+
+    spacer_.set_hexpand(true);
+    spacer_.set_size_request(4, -1);
+    append(spacer_);
+
+    retry_.set_name("banner-retry");
+    retry_.set_label("Retry");
+    retry_.add_css_class("link-style");
+    retry_.add_css_class("caption");
+    retry_.set_valign(Gtk::Align::CENTER);
+    retry_.signal_clicked().connect([retry = std::move(retry)] {
+        if (retry) retry();
+    });
+    append(retry_);
+}
+
+void StaleBanner::update(std::optional<TimePoint> lastUpdated, const std::optional<std::string>& detail) {
+    text_.set_text(lastUpdated ? "Couldn't update · showing " + shortTime(*lastUpdated) : "Couldn't update");
+    if (detail && !detail->empty())
+        set_tooltip_text(*detail);
+    else
+        set_has_tooltip(false);
+}
+
+} // namespace ostrel

@@ -1,0 +1,31 @@
+#pragma once
+// Warns that the numbers on screen come from an earlier successful refresh: when they were
+// fetched, what went wrong since (as the tooltip), and a "Retry" link.
+
+#include "async/clock.h"
+#include "ui/panel/symbol.h"
+
+#include <functional>
+#include <gtkmm/box.h>
+#include <gtkmm/button.h>
+#include <gtkmm/label.h>
+#include <optional>
+#include <string>
+
+namespace ostrel {
+
+class StaleBanner : public Gtk::Box {
+  public:
+    explicit StaleBanner(std::function<void()> retry);
+
+    void update(std::optional<TimePoint> lastUpdated, const std::optional<std::string>& detail);
+    std::string text() const { return text_.get_text(); }
+
+  private:
+    Symbol mark_{Symbol::Kind::warning, 12};
+    Gtk::Label text_;
+    Gtk::Box spacer_;
+    Gtk::Button retry_;
+};
+
+} // namespace ostrel

@@ -1,0 +1,98 @@
+#include "ui/panel/usage_view.h"
+
+#include "model/fmt.h"
+#include "model/time_format.h"
+#include "ui/panel/panel_actions.h"
+
+namespace ostrel {
+
+UsageView::UsageView(UsageModel& model, ProviderID id)
+    : Gtk::Box(Gtk::Orientation::VERTICAL, 14), model_(model), id_(id),
+      banner_([&model, id] { PanelActions::refresh(model, id); }),
+      gauge_(model.settings().theme(), 0, UsageLevel::veryHigh, true) {
+    set_name("usage");
+
+    banner_.set_visible(false);
+    append(banner_);
+
+    gauge_.set_name("gauge");
+    gauge_.set_halign(Gtk::Align::CENTER);
+    gauge_.set_margin_top(8);
+    append(gauge_);
+
+    figures_.set_margin_bottom(8);
+    figures_.set_halign(Gtk::Align::CENTER);
+    big_.set_name("big-figure");
+    big_.add_css_class("big-figure");
+    big_.add_css_class("tabular");
+    figures_.append(big_);
+    detail_.set_name("figure-detail");
+    detail_.add_css_class("figure-detail");
+    detail_.add_css_class("secondary");
+    detail_.add_css_class("tabular");
+    figures_.append(detail_);
+    note_.set_name("note");
+    note_.add_css_class("note");
+    note_.set_wrap(true);
+    note_.set_justify(Gtk::Justification::CENTER);
+    figures_.append(note_);
+    append(figures_);
+
+    divider_.set_name("limits-divider");
+    append(divider_);
+    rows_.set_name("limit-rows");
+    append(rows_);
+}
+
+UsageView::~UsageView() {
+    for (auto& row : limitRows_)
+        rows_.remove(*row);
+}
+
+void UsageView::update(const ProviderState& state) {
+    const UsageSnapshot& snapshot = *state.snapshot;
+    const UsageLimit& main = *snapshot.main;
+
+    banner_.set_visible(state.lastError.has_value());
+    if (state.lastError) banner_.update(state.lastUpdated, state.lastError);
+
+    gauge_.setTheme(model_.settings().theme());
+    gauge_.setLevel(main.percentLeft() / 100);
+    gauge_.setState(main.level());
+    if (state.lastUpdated)
+        gauge_.set_tooltip_text("Updated " + shortTime(*state.lastUpdated));
+    else
+        gauge_.set_has_tooltip(false);
+
+    big_.set_text(Fmt::percent(main.percentLeft()) + " left");
+    // The countdown runs on the model's clock, which ticks every 30 seconds, not on every redraw.
+    if (snapshot.mainNotStarted) {
+        detail_.set_text("Not started");
+        detail_.set_visible(true);
+    } else if (main.resetsAt) {
+        detail_.set_text("Resets in " + Fmt::duration(*main.resetsAt, model_.now(), false));
+        detail_.set_visible(true);
+    } else {
+        detail_.set_visible(false);
+    }
+    note_.set_visible(snapshot.note.has_value());
+    if (snapshot.note) note_.set_text(*snapshot.note);
+
+    setRows(snapshot.others);
+}
+
+void UsageView::setRows(const std::vector<UsageLimit>& others) {
+    divider_.set_visible(!others.empty());
+    rows_.set_visible(!others.empty());
+    if (others == shownOthers_ && !limitRows_.empty() == !others.empty()) return;
+    shownOthers_ = others;
+    for (auto& row : limitRows_)
+        rows_.remove(*row);
+    limitRows_.clear();
+    for (const UsageLimit& limit : others) {
+        limitRows_.push_back(std::make_unique<LimitRow>(limit));
+        rows_.append(*limitRows_.back());
+    }
+}
+
+} // namespace ostrel

@@ -1,0 +1,124 @@
+#pragma once
+// What the panel's widget tests share: GTK start-up and styles, a real UsageModel over scripted
+// providers and a manual clock, finding widgets by name or type, pressing buttons, firing the
+// window's keyboard shortcuts, and a window that hosts a widget at the panel's width.
+
+#include "model/usage_model.h"
+#include "model_doubles.h"
+#include "support/test_env.h"
+#include "ui/support/screen_box.h"
+
+#include <gtkmm/button.h>
+#include <gtkmm/label.h>
+#include <gtkmm/widget.h>
+#include <gtkmm/window.h>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ostrel::test {
+
+// Starts GTK for this process; false when no display can be opened.
+bool startGtk();
+// The desktop's light or dark style, and whether it allows animations.
+void setDarkStyle(bool dark);
+void setAnimations(bool on);
+
+// A real model over scripted providers. Providers listed in `missing` have no provider object.
+class PanelModel {
+  public:
+    explicit PanelModel(std::vector<ProviderID> missing = {});
+    ~PanelModel();
+
+    ScriptedProvider& provider(ProviderID id) { return *scripted.at(id); }
+    // What the service answers from now on.
+    void answer(ProviderID id, UsageSnapshot snapshot);
+    // Scripts the answer and runs one refresh of `id` to its end.
+    void succeed(ProviderID id, UsageSnapshot snapshot);
+    template <typename E> void fail(ProviderID id, E error) {
+        provider(id).script.clear();
+        provider(id).thenThrow(std::move(error));
+        refresh(id);
+    }
+    void refresh(ProviderID id);
+    // Moves the clock and runs the model's 30-second tick.
+    void advance(std::chrono::seconds by);
+
+    UsageLimit limit(std::string id, double used, std::optional<std::chrono::seconds> resetIn = {}) const;
+    static UsageSnapshot snapshot(std::optional<UsageLimit> main, std::vector<UsageLimit> others = {});
+
+    // What the settings file holds now.
+    std::string settingsFile() const { return readFile(settings.path()); }
+
+    TempDir dir;
+    AppSettings settings{dir.file("settings.ini")};
+    ManualClock clock{std::chrono::system_clock::now()};
+    RecordingNotifier notifier;
+    RecordingLogin login;
+    std::map<ProviderID, ScriptedProvider*> scripted;
+    std::unique_ptr<UsageModel> model;
+};
+
+Gtk::Widget* findNamed(Gtk::Widget& root, std::string_view name);
+
+template <typename W> W& named(Gtk::Widget& root, std::string_view name) {
+    auto* w = dynamic_cast<W*>(findNamed(root, name));
+    if (!w) throw std::runtime_error("no widget named " + std::string(name) + " of the expected type");
+    return *w;
+}
+
+template <typename W> void collect(Gtk::Widget& root, std::vector<W*>& out) {
+    if (auto* w = dynamic_cast<W*>(&root)) out.push_back(w);
+    for (auto* child = root.get_first_child(); child; child = child->get_next_sibling())
+        collect(*child, out);
+}
+template <typename W> std::vector<W*> all(Gtk::Widget& root) {
+    std::vector<W*> out;
+    collect(root, out);
+    return out;
+}
+
+// Whether the widget and all its parents are shown.
+bool shown(Gtk::Widget& widget);
+// The texts of all labels under `root` that are shown, in tree order.
+std::vector<std::string> shownTexts(Gtk::Widget& root);
+bool showsText(Gtk::Widget& root, std::string_view text);
+
+// Presses a button the way a click does: nothing happens while it is disabled or not shown.
+void press(Gtk::Button& button);
+
+// Looks for a shortcut with `trigger` ("Escape", "<Control>comma") the way the window dispatches a
+// key press: managed and global controllers of shown widgets under `root`, the first that handles it.
+// True when one did.
+bool pressKeys(Gtk::Widget& root, const char* trigger);
+
+// A plain undecorated window showing `content` on the panel's card: 300 points wide with the
+// panel's inner margin, so `content` gets the width it has in the panel.
+class Host {
+  public:
+    explicit Host(Gtk::Widget& content);
+    ~Host();
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    void settle();
+    Gtk::Window& window() { return window_; }
+
+  private:
+    // A column whose natural width is its minimum one, so the fixed width decides, as in the panel.
+    class Card : public ScreenBox {
+      public:
+        Card() : Glib::ObjectBase("OstrelTestCard"), ScreenBox(0) {}
+    };
+
+    Gtk::Window window_;
+    Card card_;
+};
+
+// Lets GTK lay out and draw what changed.
+void settle();
+
+} // namespace ostrel::test

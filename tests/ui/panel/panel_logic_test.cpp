@@ -1,0 +1,152 @@
+// The panel's rules without a display: spring motion, screens and their back targets, which
+// service and which picture to show, the theme preview's rules and where the window goes.
+
+#include "ui/panel/panel_placement.h"
+#include "ui/panel/panel_rules.h"
+#include "ui/panel/panel_screen.h"
+#include "ui/panel/spring.h"
+#include "ui/panel/theme_preview.h"
+
+#include <gtest/gtest.h>
+
+using namespace ostrel;
+
+TEST(Spring, StartsWhereReleasedAndComesToRestAtTheTarget) {
+    const SpringParams p; // response 0.2 s, damping 0.85
+    const SpringSample start = springAt(p, 10, 50, 110, 0);
+    EXPECT_DOUBLE_EQ(start.value, 10);
+    EXPECT_DOUBLE_EQ(start.velocity, 50);
+    EXPECT_NEAR(springAt(p, 10, 0, 110, 0.6).value, 110, 0.1);
+    EXPECT_NEAR(springAt(p, 10, 0, 110, -1).value, 10, 1e-9) << "a time before release is the release";
+
+    // Slightly under-damped: a small overshoot, no visible wobble.
+    double peak = 0;
+    for (double t = 0; t < 1; t += 0.005)
+        peak = std::max(peak, springAt(p, 0, 0, 100, t).value);
+    EXPECT_GT(peak, 100);
+    EXPECT_LT(peak, 101);
+}
+
+TEST(Spring, VelocityIsTheDerivativeOfPositionForEveryDamping) {
+    for (double damping : {0.5, 0.85, 1.0, 1.6}) {
+        const SpringParams p{0.2, damping};
+        for (double t : {0.01, 0.05, 0.12, 0.3}) {
+            const double h = 1e-6;
+            const double slope =
+                (springAt(p, 0, 30, 100, t + h).value - springAt(p, 0, 30, 100, t - h).value) / (2 * h);
+            EXPECT_NEAR(springAt(p, 0, 30, 100, t).velocity, slope, 1e-3 * std::max(1.0, std::abs(slope)))
+                << "damping " << damping << " at " << t;
+        }
+        EXPECT_NEAR(springAt(p, 0, 30, 100, 2).value, 100, 0.01) << "damping " << damping;
+    }
+}
+
+TEST(Spring, RetargetingMidFlightKeepsPositionAndSpeed) {
+    Spring s;
+    s.jumpTo(0);
+    EXPECT_TRUE(s.settled(0));
+    s.retarget(100, 1.0);
+    EXPECT_FALSE(s.settled(1.0));
+    const SpringSample before = s.sample(1.05);
+    EXPECT_GT(before.value, 0);
+    EXPECT_LT(before.value, 100);
+    s.retarget(40, 1.05);
+    const SpringSample after = s.sample(1.05);
+    EXPECT_NEAR(after.value, before.value, 1e-9);
+    EXPECT_NEAR(after.velocity, before.velocity, 1e-9);
+    EXPECT_DOUBLE_EQ(s.target(), 40);
+    EXPECT_TRUE(s.settled(2.0));
+    EXPECT_NEAR(s.value(2.0), 40, 0.25);
+}
+
+TEST(PanelScreens, TitlesAndBackTargets) {
+    struct Row {
+        PanelScreen screen;
+        const char* title;
+        std::optional<PanelScreen> back;
+    };
+    const Row rows[] = {{PanelScreen::main, "", std::nullopt},
+                        {PanelScreen::settings, "Settings", PanelScreen::main},
+                        {PanelScreen::theme, "Theme", PanelScreen::settings},
+                        {PanelScreen::support, "Support Ostrel", PanelScreen::settings},
+                        {PanelScreen::supportQR, "Scan to Pay", PanelScreen::support},
+                        {PanelScreen::feedback, "Send Feedback", PanelScreen::settings}};
+    for (const Row& row : rows) {
+        EXPECT_EQ(screenTitle(row.screen), row.title);
+        EXPECT_EQ(backTarget(row.screen), row.back) << row.title;
+    }
+}
+
+TEST(PanelSelection, StoredChoiceOrFirstTab) {
+    using enum ProviderID;
+    const std::vector<ProviderID> noCodex{claude, cursor};
+    EXPECT_EQ(chooseSelected(noCodex, "cursor"), cursor);
+    EXPECT_EQ(chooseSelected(noCodex, "codex"), claude) << "a turned-off service falls back";
+    EXPECT_EQ(chooseSelected({cursor, codex}, "codex"), codex) << "and is shown again once on";
+    EXPECT_EQ(chooseSelected({cursor, codex}, "Claude"), cursor) << "no service by that name";
+    EXPECT_EQ(chooseSelected({cursor, codex}, ""), cursor);
+    EXPECT_EQ(chooseSelected({}, "claude"), std::nullopt);
+}
+
+TEST(ProviderPictures, FirstMatchingCaseWins) {
+    ProviderState s;
+    EXPECT_EQ(pictureFor(s), ProviderPicture::checking);
+    s.lastAttempt = TimePoint{};
+    EXPECT_EQ(pictureFor(s), ProviderPicture::failed);
+    s.snapshot = UsageSnapshot{};
+    EXPECT_EQ(pictureFor(s), ProviderPicture::info);
+    EXPECT_EQ(infoText(*s.snapshot), "No usage data yet");
+    s.snapshot->message = "Usage-based plan";
+    EXPECT_EQ(infoText(*s.snapshot), "Usage-based plan");
+    s.snapshot->main = UsageLimit{"session", "Session", 120, std::nullopt};
+    EXPECT_EQ(pictureFor(s), ProviderPicture::usage);
+    EXPECT_EQ(mainPercentLeft(s), 0.0) << "over-use reads as nothing left";
+    s.needsLogin = true;
+    EXPECT_EQ(pictureFor(s), ProviderPicture::loginPrompt) << "even with numbers held";
+    EXPECT_EQ(mainPercentLeft(ProviderState{}), std::nullopt);
+}
+
+TEST(ThemePreviewRules, LevelLabelAndReturnButton) {
+    using namespace ThemePreview;
+    EXPECT_EQ(initialPercent(std::nullopt), 70);
+    EXPECT_EQ(initialPercent(42.0), 42);
+    EXPECT_EQ(label(70), "70% left");
+    EXPECT_EQ(label(49.5), "50% left");
+    EXPECT_EQ(band(49.5), UsageLevel::medium) << "the band uses the unrounded value";
+    EXPECT_EQ(band(0), UsageLevel::low);
+    EXPECT_EQ(band(100), UsageLevel::veryHigh);
+    EXPECT_FALSE(offersCurrentLevel(std::nullopt, 10));
+    EXPECT_FALSE(offersCurrentLevel(42.0, 42.5));
+    EXPECT_TRUE(offersCurrentLevel(42.0, 43));
+    EXPECT_TRUE(offersCurrentLevel(42.0, 41));
+}
+
+TEST(ThemePreviewRules, MiniatureSizes) {
+    struct Row {
+        GaugeTheme theme;
+        double width, height;
+    };
+    const Row rows[] = {{GaugeTheme::glass, 53.65, 76},  {GaugeTheme::bubble, 58.5, 58.5},
+                        {GaugeTheme::meter, 85.5, 67.5}, {GaugeTheme::candle, 49.18, 76},
+                        {GaugeTheme::hearts, 99, 31.5},  {GaugeTheme::plant, 58.12, 76}};
+    for (const Row& row : rows) {
+        const Size size = ThemePreview::miniatureSize(row.theme);
+        EXPECT_NEAR(size.width, row.width, 0.01) << displayName(row.theme);
+        EXPECT_NEAR(size.height, row.height, 0.01) << displayName(row.theme);
+    }
+}
+
+TEST(PanelPlacement, UnderTheClickInsideTheWorkArea) {
+    const ScreenRect area{0, 28, 1280, 996}; // a 28-pixel bar at the top
+    EXPECT_EQ(placePanel({640, 10}, 300, 400, area), (ScreenPoint{490, 28})) << "centred, below the bar";
+    EXPECT_EQ(placePanel({640, 40}, 300, 400, area), (ScreenPoint{490, 44}));
+    EXPECT_EQ(placePanel({1270, 10}, 300, 400, area), (ScreenPoint{980, 28})) << "kept off the right edge";
+    EXPECT_EQ(placePanel({5, 10}, 300, 400, area), (ScreenPoint{0, 28}));
+
+    const ScreenRect belowBar{0, 0, 1280, 990}; // a bar at the bottom
+    EXPECT_EQ(placePanel({640, 1010}, 300, 400, belowBar), (ScreenPoint{490, 590})) << "above the bar";
+    EXPECT_EQ(placePanel({640, 1010}, 300, 1200, belowBar), (ScreenPoint{490, 0})) << "top stays visible";
+
+    const ScreenRect second{1280, 0, 1920, 1080}; // a second monitor to the right
+    EXPECT_EQ(placePanel({1290, 5}, 300, 400, second), (ScreenPoint{1280, 9}));
+}

@@ -1,0 +1,91 @@
+// The panel window on X11: its width, its place next to the click, and hiding when it loses the
+// focus unless a test turned that off.
+
+#include "panel_harness.h"
+#include "support/loop.h"
+#include "ui/panel/panel_window.h"
+#include "ui/panel/x11_placement.h"
+
+#include <gtest/gtest.h>
+
+// X11's macros (None, Status, ...) must come after every C++ header.
+#include <gdk/x11/gdkx.h>
+#include <gtk/gtk.h>
+
+using namespace ostrel;
+using namespace ostrel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+class PanelWindowTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(startGtk()) << "no display";
+        window = std::make_unique<PanelWindow>(*m.model, [] {});
+        window->setHidesOnFocusLoss(false);
+    }
+    void TearDown() override {
+        window.reset();
+        drain();
+    }
+    bool onX11() { return GDK_IS_X11_DISPLAY(window->get_display()->gobj()); }
+    static void focus(Gtk::Window& w) {
+        GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(w.gobj()));
+        Display* display = gdk_x11_display_get_xdisplay(gdk_surface_get_display(surface));
+        XSetInputFocus(display, gdk_x11_surface_get_xid(surface), RevertToParent, CurrentTime);
+        XFlush(display);
+        settle();
+    }
+
+    PanelModel m;
+    std::unique_ptr<PanelWindow> window;
+};
+
+} // namespace
+
+TEST_F(PanelWindowTest, OpensThePanelsWidthNextToTheClick) {
+    if (!onX11()) GTEST_SKIP() << "placement needs X11";
+    window->popup(std::pair{100, 20});
+    settle();
+    EXPECT_EQ(window->view().get_width(), PanelView::width);
+    EXPECT_EQ(window->get_width(), PanelView::width);
+    EXPECT_FALSE(window->get_decorated());
+    EXPECT_FALSE(window->translucent()) << "Xvfb has no compositor: the card is drawn solid";
+    EXPECT_TRUE(window->view().has_css_class("opaque"));
+    EXPECT_EQ(X11Placement::position(*window), (ScreenPoint{0, 24})) << "kept on screen, under the click";
+
+    window->hide();
+    window->popup(std::pair{1200, 30});
+    settle();
+    EXPECT_EQ(X11Placement::position(*window), (ScreenPoint{1280 - PanelView::width, 34}));
+
+    // A click near the bottom edge opens the panel above it.
+    window->hide();
+    window->popup(std::pair{640, 1020});
+    settle();
+    const auto corner = X11Placement::position(*window);
+    ASSERT_TRUE(corner);
+    EXPECT_EQ(corner->y + window->get_height(), 1020 - 4);
+}
+
+TEST_F(PanelWindowTest, HidesWhenTheFocusGoesElsewhereUnlessTurnedOff) {
+    if (!onX11()) GTEST_SKIP() << "focus is set through X11 here";
+    Gtk::Window other;
+    other.set_default_size(50, 50);
+    other.present();
+    window->popup();
+    settle();
+
+    focus(*window);
+    ASSERT_TRUE(window->is_active());
+    focus(other);
+    EXPECT_TRUE(window->get_visible()) << "turned off for tests";
+
+    window->setHidesOnFocusLoss(true);
+    focus(*window);
+    ASSERT_TRUE(window->is_active());
+    focus(other);
+    EXPECT_FALSE(window->get_visible());
+    other.destroy();
+}

@@ -1,0 +1,165 @@
+// The settings screen: switches that write the settings file, the reset-time switch of a service
+// that is off, account controls that follow the login, and the rows and buttons at the bottom.
+
+#include "panel_harness.h"
+#include "support/loop.h"
+#include "ui/panel/settings_view.h"
+
+#include <gtest/gtest.h>
+#include <gtkmm/switch.h>
+
+using namespace ostrel;
+using namespace ostrel::test;
+using enum ProviderID;
+
+namespace {
+
+class SettingsViewTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(startGtk()) << "no display";
+        for (auto& [id, p] : m.scripted)
+            p->then(PanelModel::snapshot(m.limit("session", 10)));
+        view = std::make_unique<SettingsView>(
+            *m.model, SettingsView::Actions{[this] { opened.push_back("theme"); },
+                                            [this] { opened.push_back("support"); },
+                                            [this] { opened.push_back("feedback"); }, [this] { ++quits; }});
+        host = std::make_unique<Host>(*view);
+    }
+    void TearDown() override {
+        host.reset();
+        view.reset();
+    }
+
+    Gtk::Widget& row(const std::string& name) { return *findNamed(*view, name); }
+    Gtk::Switch& toggle(const std::string& row) { return *all<Gtk::Switch>(*findNamed(*view, row)).front(); }
+    // Flips a switch the way a click does: not while it is disabled.
+    void flip(const std::string& rowName) {
+        Gtk::Switch& s = toggle(rowName);
+        if (s.is_sensitive() && shown(s)) s.set_active(!s.get_active());
+        drain();
+    }
+    Gtk::Button& button(const std::string& name) { return named<Gtk::Button>(*view, name); }
+    bool fileHas(const std::string& line) { return m.settingsFile().find(line + "\n") != std::string::npos; }
+
+    PanelModel m;
+    std::unique_ptr<SettingsView> view;
+    std::unique_ptr<Host> host;
+    std::vector<std::string> opened;
+    int quits = 0;
+};
+
+} // namespace
+
+TEST_F(SettingsViewTest, ShowsEveryServiceInOrderWithItsControls) {
+    const auto texts = shownTexts(*view);
+    const std::vector<std::string> expected{"Theme",
+                                            "Glass",
+                                            "Claude",
+                                            "Track Claude",
+                                            "Show reset time in menu bar",
+                                            "Log in to Claude",
+                                            "Cursor",
+                                            "Track Cursor",
+                                            "Show reset time in menu bar",
+                                            "Log in to Cursor",
+                                            "Codex",
+                                            "Track Codex",
+                                            "Show reset time in menu bar",
+                                            "Log in to Codex",
+                                            "Support Ostrel",
+                                            "Send Feedback",
+                                            "Refresh",
+                                            "Quit Ostrel"};
+    EXPECT_EQ(texts, expected);
+
+    m.settings.setTheme(GaugeTheme::plant);
+    EXPECT_TRUE(showsText(*view, "Plant"));
+    press(button("theme-row"));
+    press(button("support-row"));
+    press(button("feedback-row"));
+    EXPECT_EQ(opened, (std::vector<std::string>{"theme", "support", "feedback"}));
+}
+
+TEST_F(SettingsViewTest, TrackSwitchesWriteTheSettingsFile) {
+    EXPECT_TRUE(toggle("track-cursor").get_active());
+    flip("track-cursor");
+    EXPECT_FALSE(m.settings.isEnabled(cursor));
+    EXPECT_TRUE(fileHas("enabledProviders=claude;codex;"));
+    flip("track-cursor");
+    EXPECT_TRUE(fileHas("enabledProviders=claude;cursor;codex;"));
+
+    flip("reset-time-codex");
+    EXPECT_TRUE(fileHas("resetTimeProviders=claude;codex;"));
+}
+
+TEST_F(SettingsViewTest, ResetTimeOfAServiceThatIsOffReadsOffButKeepsTheChoice) {
+    ASSERT_TRUE(toggle("reset-time-claude").get_active());
+    flip("track-claude");
+    Gtk::Widget& resetRow = row("reset-time-claude");
+    EXPECT_FALSE(toggle("reset-time-claude").get_active());
+    EXPECT_FALSE(resetRow.is_sensitive());
+    EXPECT_NEAR(resetRow.get_opacity(), 0.5, 0.01);
+    EXPECT_TRUE(m.settings.showsResetTime(claude)) << "reading off does not write off";
+
+    flip("reset-time-claude");
+    EXPECT_TRUE(m.settings.showsResetTime(claude)) << "a disabled switch ignores clicks";
+
+    flip("track-claude");
+    EXPECT_TRUE(toggle("reset-time-claude").get_active());
+    EXPECT_TRUE(resetRow.is_sensitive());
+    EXPECT_DOUBLE_EQ(resetRow.get_opacity(), 1.0);
+}
+
+TEST_F(SettingsViewTest, AccountControlsFollowTheLogin) {
+    Gtk::Button& logIn = button("log-in-cursor");
+    Gtk::Widget& account = row("account-cursor");
+    EXPECT_TRUE(shown(logIn));
+    EXPECT_FALSE(shown(account));
+    press(logIn);
+    EXPECT_EQ(m.login.shown, std::vector<ProviderID>{cursor});
+
+    flip("track-cursor");
+    EXPECT_FALSE(logIn.is_sensitive()) << "not while the service is off";
+    flip("track-cursor");
+
+    m.refresh(cursor);
+    EXPECT_FALSE(shown(logIn));
+    EXPECT_TRUE(shown(account));
+    EXPECT_TRUE(account.is_sensitive());
+    flip("track-cursor");
+    EXPECT_FALSE(account.is_sensitive());
+    flip("track-cursor");
+
+    press(button("log-out-cursor"));
+    EXPECT_EQ(m.provider(cursor).web_.logOuts, 1);
+    EXPECT_TRUE(shown(logIn));
+    EXPECT_FALSE(shown(account));
+
+    m.refresh(cursor);
+    press(button("switch-account-cursor"));
+    EXPECT_EQ(m.provider(cursor).web_.logOuts, 2);
+    EXPECT_EQ(m.login.shown, (std::vector<ProviderID>{cursor, cursor}));
+}
+
+TEST_F(SettingsViewTest, LogInIsDisabledForAServiceWithoutAProvider) {
+    host.reset();
+    view.reset();
+    PanelModel partial({codex});
+    SettingsView alone(*partial.model, {});
+    Host h(alone);
+    EXPECT_FALSE(named<Gtk::Button>(alone, "log-in-codex").is_sensitive());
+    EXPECT_TRUE(named<Gtk::Button>(alone, "log-in-claude").is_sensitive());
+}
+
+TEST_F(SettingsViewTest, RefreshAndQuit) {
+    flip("track-codex");
+    for (auto& [id, p] : m.scripted)
+        p->fetches = 0;
+    press(button("refresh"));
+    EXPECT_EQ(m.provider(claude).fetches, 1);
+    EXPECT_EQ(m.provider(cursor).fetches, 1);
+    EXPECT_EQ(m.provider(codex).fetches, 0) << "only active services";
+    press(button("quit"));
+    EXPECT_EQ(quits, 1);
+}
