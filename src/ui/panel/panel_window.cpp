@@ -21,7 +21,12 @@ PanelWindow::PanelWindow(UsageModel& model, std::function<void()> quit) : view_(
         view_.panelHidden();
     });
     signal_map().connect([this] { placeAfterMapping(); });
-    signal_realize().connect([this] { X11Placement::markAsDropDown(*this); });
+    signal_realize().connect([this] {
+        X11Placement::markAsDropDown(*this);
+        surfaceLayout_ =
+            get_surface()->signal_layout().connect([this](int, int height) { followHeight(height); });
+    });
+    signal_unrealize().connect([this] { surfaceLayout_.disconnect(); });
     property_is_active().signal_changed().connect([this] {
         // Only a focus the window had and lost counts: without a window manager it may never get one.
         if (is_active()) {
@@ -38,6 +43,7 @@ PanelWindow::PanelWindow(UsageModel& model, std::function<void()> quit) : view_(
 
 PanelWindow::~PanelWindow() {
     compositedChanged_.disconnect();
+    surfaceLayout_.disconnect();
     if (gobj()) unset_child(); // the view goes first, so the window must let go of it (unless destroyed)
 }
 
@@ -53,6 +59,7 @@ void PanelWindow::updateTranslucency() {
 
 void PanelWindow::popup(Pointer nearPointer) {
     pendingPointer_ = nearPointer;
+    if (!nearPointer) placedBy_.reset();
     if (get_mapped()) placeAfterMapping();
     present();
 }
@@ -66,9 +73,15 @@ void PanelWindow::toggle(Pointer nearPointer) {
 
 void PanelWindow::placeAfterMapping() {
     if (!pendingPointer_) return;
-    const auto [x, y] = *pendingPointer_;
-    pendingPointer_.reset();
-    X11Placement::moveNear(*this, {x, y});
+    placedBy_ = std::exchange(pendingPointer_, std::nullopt);
+    placedHeight_ = get_height();
+    X11Placement::moveNear(*this, {placedBy_->first, placedBy_->second});
+}
+
+void PanelWindow::followHeight(int height) {
+    if (!placedBy_ || !get_mapped() || height == placedHeight_) return;
+    placedHeight_ = height;
+    X11Placement::moveNear(*this, {placedBy_->first, placedBy_->second});
 }
 
 } // namespace ostrel

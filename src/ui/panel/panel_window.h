@@ -40,13 +40,19 @@ class PanelWindow : public Gtk::Window {
   private:
     void updateTranslucency();
     void placeAfterMapping();
+    void followHeight(int height);
 
     PanelView view_;
     bool hidesOnFocusLoss_ = true;
     bool wasActive_ = false;
     bool translucent_ = false;
     Pointer pendingPointer_;
+    // The click the panel was placed by; a screen of another height is placed again, so a panel
+    // opened above a bottom tray keeps its lower edge by the tray.
+    Pointer placedBy_;
+    int placedHeight_ = 0;
     sigc::connection compositedChanged_;
+    sigc::connection surfaceLayout_;
 };
 
 } // namespace ostrel

@@ -64,8 +64,16 @@ TEST_F(PanelWindowTest, OpensThePanelsWidthNextToTheClick) {
     window->hide();
     window->popup(std::pair{640, 1020});
     settle();
-    const auto corner = X11Placement::position(*window);
+    auto corner = X11Placement::position(*window);
     ASSERT_TRUE(corner);
+    EXPECT_EQ(corner->y + window->get_height(), 1020 - 4);
+
+    // A taller screen grows upwards there, keeping the lower edge by the tray.
+    const int before = window->get_height();
+    window->view().setScreen(PanelScreen::settings);
+    settle();
+    ASSERT_GT(window->get_height(), before);
+    corner = X11Placement::position(*window);
     EXPECT_EQ(corner->y + window->get_height(), 1020 - 4);
 }
 
