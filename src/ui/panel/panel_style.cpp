@@ -11,6 +11,10 @@ namespace {
 // theme (foreground at reduced opacity for secondary and tertiary text), so light and dark themes
 // both read well.
 constexpr const char* css = R"css(
+/* The theme's selection colour, lifted towards the text colour so it stays readable as text and
+   thin lines on dark backgrounds as well as light ones. */
+@define-color ostrel_accent mix(@theme_selected_bg_color, @theme_fg_color, 0.25);
+
 .ostrel-panel { font-size: 13px; }
 .ostrel-panel .callout { font-size: 12px; }
 .ostrel-panel .caption { font-size: 10px; }
@@ -25,7 +29,7 @@ constexpr const char* css = R"css(
 .ostrel-panel .figure-detail { font-size: 13px; }
 .ostrel-panel .note { font-size: 13px; font-weight: 500; color: @error_color; }
 .ostrel-panel .warning-mark { color: rgb(230, 175, 0); }
-.ostrel-panel .accent { color: @theme_selected_bg_color; }
+.ostrel-panel .accent { color: @ostrel_accent; }
 
 .ostrel-panel button.plain {
   background: none;
@@ -46,7 +50,7 @@ constexpr const char* css = R"css(
   box-shadow: none;
   min-height: 0;
   padding: 0 2px;
-  color: @theme_selected_bg_color;
+  color: @ostrel_accent;
 }
 .ostrel-panel button.link-style:hover label { text-decoration: underline; }
 .ostrel-panel button.header-back { border-radius: 6px; padding: 2px 4px 2px 0; }
@@ -80,7 +84,7 @@ constexpr const char* css = R"css(
 .ostrel-panel button.theme-tile:hover { background-color: alpha(@theme_fg_color, 0.06); }
 .ostrel-panel button.theme-tile.selected {
   background-color: alpha(@theme_fg_color, 0.08);
-  border-color: @theme_selected_bg_color;
+  border-color: @ostrel_accent;
 }
 .ostrel-panel .picker-fade {
   background-image: linear-gradient(to bottom, alpha(@theme_bg_color, 0) 82%, @theme_bg_color);

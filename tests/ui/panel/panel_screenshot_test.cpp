@@ -5,6 +5,7 @@
 #include "support/loop.h"
 #include "support/screenshot.h"
 #include "ui/panel/panel_window.h"
+#include "ui/panel/theme_picker_view.h"
 
 #include <gtest/gtest.h>
 
@@ -95,6 +96,8 @@ TEST_P(PanelScreenshots, OtherScreens) {
     shoot("settings");
     window->view().setScreen(PanelScreen::theme);
     shoot("theme");
+    dynamic_cast<ThemePickerView&>(window->view().body()).setPreviewPercent(8); // low band, return offered
+    shoot("theme-preview");
     window->view().setScreen(PanelScreen::support);
     shoot("support");
     window->view().setScreen(PanelScreen::supportQR);
