@@ -36,6 +36,13 @@ WebContext::WebContext(std::string dataDir, std::string cacheDir)
                                                  WEBKIT_COOKIE_PERSISTENT_STORAGE_SQLITE);
     webkit_cookie_manager_set_accept_policy(cookies(), WEBKIT_COOKIE_POLICY_ACCEPT_NO_THIRD_PARTY);
     http_ = adopt(soup_session_new_with_options("user-agent", userAgent, nullptr));
+    g_weak_ref_init(&firstView_, nullptr);
+    // Small caches: the pages are only ever one request away from what they need.
+    webkit_web_context_set_cache_model(webkit_web_context_get_default(), WEBKIT_CACHE_MODEL_DOCUMENT_VIEWER);
+}
+
+WebContext::~WebContext() {
+    g_weak_ref_clear(&firstView_);
 }
 
 } // namespace ostrel

@@ -16,6 +16,7 @@ class WebContext {
     WebContext(std::string dataDir, std::string cacheDir);
     // The default folders.
     WebContext();
+    ~WebContext();
     WebContext(const WebContext&) = delete;
     WebContext& operator=(const WebContext&) = delete;
 
@@ -28,6 +29,15 @@ class WebContext {
     const std::string& dataDir() const { return dataDir_; }
     const std::string& cacheDir() const { return cacheDir_; }
 
+    // The first web view made on this context, which later ones are related to (so they can share
+    // its web process); nothing once it is gone.
+    GObjectPtr<WebKitWebView> firstView() const {
+        return adopt(static_cast<WebKitWebView*>(g_weak_ref_get(&firstView_)));
+    }
+    void noteView(WebKitWebView* view) {
+        if (!firstView()) g_weak_ref_set(&firstView_, view);
+    }
+
     static std::string defaultDataDir();
     static std::string defaultCacheDir();
 
@@ -36,6 +46,7 @@ class WebContext {
     std::string cacheDir_;
     GObjectPtr<WebKitNetworkSession> network_;
     GObjectPtr<SoupSession> http_;
+    mutable GWeakRef firstView_;
 };
 
 // The fixed browser identity of the web view and of direct requests.

@@ -49,9 +49,21 @@ WebSession::WebSession(WebContext& context, std::string host, std::string homeUR
                        std::vector<std::string> loginDomains)
     : context_(context), host_(std::move(host)), homeURL_(std::move(homeURL)),
       loginDomains_(loginDomains.empty() ? std::vector<std::string>{host_} : std::move(loginDomains)) {
-    auto* widget = g_object_new(WEBKIT_TYPE_WEB_VIEW, "network-session", context_.network(), nullptr);
+    // Views related to the first one share its web process where the engine allows: one process
+    // for the three hidden pages instead of one each.
+    GObjectPtr<WebKitWebView> related = context_.firstView();
+    auto* widget = related
+                       ? g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", related.get(), nullptr)
+                       : g_object_new(WEBKIT_TYPE_WEB_VIEW, "network-session", context_.network(), nullptr);
     view_ = adopt(WEBKIT_WEB_VIEW(g_object_ref_sink(widget)));
-    webkit_settings_set_user_agent(webkit_web_view_get_settings(view_.get()), userAgent);
+    context_.noteView(view_.get());
+    WebKitSettings* settings = webkit_web_view_get_settings(view_.get());
+    webkit_settings_set_user_agent(settings, userAgent);
+    // The pages only run a request or show a login form: nothing needs the GPU, WebGL or media.
+    webkit_settings_set_hardware_acceleration_policy(settings, WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER);
+    webkit_settings_set_enable_webgl(settings, FALSE);
+    webkit_settings_set_enable_webaudio(settings, FALSE);
+    webkit_settings_set_enable_media(settings, FALSE);
     loadChanged_ =
         SignalConnection(view_.get(), g_signal_connect(view_.get(), "load-changed",
                                                        G_CALLBACK(&WebSession::onLoadChanged), this));
