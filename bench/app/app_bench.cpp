@@ -1,0 +1,127 @@
+// Measures the running app from the outside: time from process start to the tray item registered
+// with the watcher, CPU used while idle with the panel closed, and the proportional memory of the
+// app and its web processes with the three demo sessions loaded. Run by hand on a display:
+//   dbus-run-session -- xvfb-run -a build/bench/app/app_bench [idle-seconds]
+#include "async/loop.h"
+#include "fake_tray_watcher.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <gio/gio.h>
+#include <set>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+using namespace ostrel;
+using namespace std::chrono_literals;
+
+namespace {
+
+double cpuSeconds(int pid) {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string text((std::istreambuf_iterator<char>(stat)), {});
+    const auto close = text.rfind(')');
+    if (close == std::string::npos) return 0;
+    std::istringstream rest(text.substr(close + 2));
+    std::string field;
+    std::vector<std::string> fields;
+    while (rest >> field)
+        fields.push_back(field);
+    // After the name: state(0) … utime(11) stime(12).
+    if (fields.size() < 13) return 0;
+    return static_cast<double>(std::stoll(fields[11]) + std::stoll(fields[12])) /
+           static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+std::vector<int> descendants(int root) {
+    std::vector<int> out{root};
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        std::ifstream children("/proc/" + std::to_string(out[i]) + "/task/" + std::to_string(out[i]) +
+                               "/children");
+        for (int child; children >> child;)
+            out.push_back(child);
+    }
+    return out;
+}
+
+long pssKiB(int pid) {
+    std::ifstream rollup("/proc/" + std::to_string(pid) + "/smaps_rollup");
+    for (std::string line; std::getline(rollup, line);)
+        if (line.rfind("Pss:", 0) == 0) return std::stol(line.substr(4));
+    return 0;
+}
+
+std::string commOf(int pid) {
+    std::ifstream comm("/proc/" + std::to_string(pid) + "/comm");
+    std::string name;
+    std::getline(comm, name);
+    return name;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const int idleSeconds = argc > 1 ? std::max(5, std::atoi(argv[1])) : 60;
+    GCharPtr tmp(g_dir_make_tmp("ostrel-bench-XXXXXX", nullptr));
+    const std::string home = tmp.get();
+    GObjectPtr<GDBusConnection> bus = adopt(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+    if (!bus) {
+        std::fprintf(stderr, "needs a session bus: run under dbus-run-session\n");
+        return 1;
+    }
+    fake::FakeTrayWatcher watcher(bus.get());
+    if (!runLoopUntil([&] { return watcher.owned(); }, 5s)) {
+        std::fprintf(stderr, "another tray watcher owns the name; run in a private session\n");
+        return 1;
+    }
+
+    GObjectPtr<GSubprocessLauncher> launcher =
+        adopt(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_STDOUT_SILENCE));
+    for (const char* var : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"})
+        g_subprocess_launcher_setenv(launcher.get(), var, (home + "/" + var).c_str(), TRUE);
+    g_subprocess_launcher_setenv(launcher.get(), "GTK_A11Y", "none", TRUE);
+    const gint64 start = g_get_monotonic_time();
+    GErrorOut err;
+    GObjectPtr<GSubprocess> app =
+        adopt(g_subprocess_launcher_spawn(launcher.get(), err.out(), OSTREL_APP_BINARY, "--demo", nullptr));
+    if (!app) {
+        std::fprintf(stderr, "cannot start %s: %s\n", OSTREL_APP_BINARY, err.message().c_str());
+        return 1;
+    }
+    const int pid = std::atoi(g_subprocess_get_identifier(app.get()));
+    if (!runLoopUntil([&] { return !watcher.registrations().empty(); }, 30s)) {
+        std::fprintf(stderr, "the app never registered its tray item\n");
+        return 1;
+    }
+    const double startMs = static_cast<double>(g_get_monotonic_time() - start) / 1000.0;
+    std::printf("start to tray item registered: %.0f ms\n", startMs);
+
+    // Let the first refreshes finish and the pages settle before measuring the idle app.
+    runLoopUntil([] { return false; }, 15s);
+    long pss = 0;
+    std::printf("proportional memory with the demo sessions loaded:\n");
+    for (int p : descendants(pid)) {
+        const long kib = pssKiB(p);
+        pss += kib;
+        std::printf("  %-24s %6.1f MB\n", commOf(p).c_str(), static_cast<double>(kib) / 1024.0);
+    }
+    std::printf("  %-24s %6.1f MB\n", "total", static_cast<double>(pss) / 1024.0);
+
+    const std::vector<int> tree = descendants(pid);
+    double before = 0, after = 0;
+    for (int p : tree)
+        before += cpuSeconds(p);
+    runLoopUntil([] { return false; }, std::chrono::seconds(idleSeconds));
+    for (int p : tree)
+        after += cpuSeconds(p);
+    std::printf("CPU while idle over %d s (app and web processes): %.3f %% of a core\n", idleSeconds,
+                100.0 * (after - before) / idleSeconds);
+
+    g_subprocess_send_signal(app.get(), SIGTERM);
+    g_subprocess_wait(app.get(), nullptr, nullptr);
+    const std::string rm = "rm -rf '" + home + "'";
+    return std::system(rm.c_str()) == 0 ? 0 : 1;
+}

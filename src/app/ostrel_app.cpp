@@ -1,0 +1,131 @@
+#include "app/ostrel_app.h"
+
+#include "ui/panel/panel_window.h"
+
+#include <cstdio>
+#include <cstring>
+#include <glib-unix.h>
+
+namespace ostrel {
+
+namespace {
+constexpr const char* appId = "app.ostrel.Ostrel";
+constexpr const char* demoAppId = "app.ostrel.Ostrel.Demo"; // runs beside a real instance
+
+Task<void> startAfterLogin(AppCore& core, Demo* demo) {
+    if (demo) co_await demo->logIn(core);
+    core.model().start();
+}
+} // namespace
+
+Glib::RefPtr<OstrelApp> OstrelApp::create(bool demo) {
+    return Glib::make_refptr_for_instance(new OstrelApp(demo));
+}
+
+OstrelApp::OstrelApp(bool demo) : Gtk::Application(demo ? demoAppId : appId), demoMode_(demo) {}
+
+OstrelApp::~OstrelApp() = default;
+
+void OstrelApp::on_startup() {
+    Gtk::Application::on_startup();
+    hold(); // a tray app: no window keeps it alive
+
+    AppCore::Options options;
+    if (demoMode_) {
+        demo_ = std::make_unique<Demo>();
+        options.services = demo_->services();
+        options.settingsPath = demo_->folder() + "/settings.ini";
+        options.webDataDir = demo_->folder() + "/web";
+        options.webCacheDir = demo_->folder() + "/cache";
+        std::printf("[Ostrel] Demo: stand-in services at %s, %s, %s\n",
+                    options.services.claude.origin().c_str(), options.services.cursor.origin().c_str(),
+                    options.services.chatgpt.origin().c_str());
+    } else {
+        options.services = ServiceConfig::fromEnvironment();
+    }
+    GDBusConnection* bus = get_dbus_connection() ? get_dbus_connection()->gobj() : nullptr;
+    options.bus = bus;
+    core_ = std::make_unique<AppCore>(options, clock_);
+
+    UsageModel& model = core_->model();
+    appearance_ = std::make_unique<Appearance>(bus, [&model] { model.updateMenuBarAppearance(); });
+    model.setAppearanceSource([this] { return appearance_->barIsDark(); });
+
+    panel_ = std::make_unique<PanelWindow>(model, [this] { quit(); });
+    add_window(*panel_);
+
+    StatusNotifierItem::Actions actions;
+    actions.activate = [this](int x, int y) {
+        if (x == 0 && y == 0)
+            openPanel();
+        else
+            openPanel(std::pair{x, y});
+    };
+    actions.refresh = [&model] { spawn(model.refreshAll()); };
+    actions.quit = [this] { quit(); };
+    tray_ = std::make_unique<StatusNotifierItem>(bus, std::move(actions));
+    presenter_ = std::make_unique<TrayPresenter>(model, *tray_);
+
+    // Ctrl+C and a polite kill end the run cleanly (the demo removes its folder).
+    auto onSignal = [](gpointer self) -> gboolean {
+        static_cast<OstrelApp*>(self)->quit();
+        return G_SOURCE_CONTINUE;
+    };
+    g_unix_signal_add(SIGINT, onSignal, this);
+    g_unix_signal_add(SIGTERM, onSignal, this);
+
+    spawn(startAfterLogin(*core_, demo_.get()));
+}
+
+void OstrelApp::on_activate() {
+    // The first start only sets up the tray; starting the app again opens the panel.
+    if (!std::exchange(activatedOnce_, true)) return;
+    openPanel();
+}
+
+void OstrelApp::openPanel(std::optional<std::pair<int, int>> near) {
+    if (panel_) panel_->popup(near);
+}
+
+void OstrelApp::on_shutdown() {
+    presenter_.reset();
+    tray_.reset();
+    if (panel_) remove_window(*panel_);
+    panel_.reset();
+    appearance_.reset();
+    core_.reset();
+    demo_.reset();
+    Gtk::Application::on_shutdown();
+}
+
+int runOstrel(int argc, char** argv) {
+    bool demo = false;
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--version") == 0) {
+            std::printf("Ostrel %s\n", OSTREL_VERSION);
+            return 0;
+        }
+        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) {
+            std::printf(
+                "Usage: ostrel [--demo] [--version] [--help]\n\n"
+                "Shows in the system tray how much of your Claude, Cursor and Codex allowance is left.\n\n"
+                "  --demo     run against built-in stand-in services with demo accounts\n"
+                "  --version  print the version and exit\n"
+                "  --help     print this help and exit\n\n"
+                "Starting Ostrel again while it runs opens its panel.\n");
+            return 0;
+        }
+        if (std::strcmp(argv[i], "--demo") == 0) {
+            demo = true;
+        } else {
+            std::fprintf(stderr, "ostrel: unknown option %s (see ostrel --help)\n", argv[i]);
+            return 2;
+        }
+    }
+    std::setvbuf(stdout, nullptr, _IOLBF, 0); // log lines appear as they happen, even into a pipe
+    auto app = OstrelApp::create(demo);
+    char* appArgv[] = {argv[0], nullptr};
+    return app->run(1, appArgv);
+}
+
+} // namespace ostrel

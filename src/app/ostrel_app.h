@@ -1,0 +1,50 @@
+#pragma once
+// The application: one instance per user session (starting it again opens the running one's
+// panel), no main window, a tray item, and the panel it opens. --demo runs it against built-in
+// stand-in services with demo accounts.
+
+#include "app/app_core.h"
+#include "app/appearance.h"
+#include "app/demo.h"
+#include "app/status_notifier_item.h"
+#include "app/tray_presenter.h"
+
+#include <gtkmm/application.h>
+#include <memory>
+
+namespace ostrel {
+
+class PanelWindow;
+
+class OstrelApp : public Gtk::Application {
+  public:
+    static Glib::RefPtr<OstrelApp> create(bool demo);
+    ~OstrelApp() override;
+
+    // Opens the panel near (x, y) on screen, or where the desktop puts it when unknown.
+    void openPanel(std::optional<std::pair<int, int>> near = std::nullopt);
+
+  protected:
+    explicit OstrelApp(bool demo);
+    void on_startup() override;
+    void on_activate() override;
+    void on_shutdown() override;
+
+  private:
+    Task<void> startModel();
+
+    bool demoMode_;
+    bool activatedOnce_ = false;
+    SystemClock clock_;
+    std::unique_ptr<Demo> demo_;
+    std::unique_ptr<AppCore> core_;
+    std::unique_ptr<Appearance> appearance_;
+    std::unique_ptr<StatusNotifierItem> tray_;
+    std::unique_ptr<TrayPresenter> presenter_;
+    std::unique_ptr<PanelWindow> panel_;
+};
+
+// Parses the command line and runs the app; returns the process's exit status.
+int runOstrel(int argc, char** argv);
+
+} // namespace ostrel
