@@ -18,12 +18,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-Task<void> addCookie(WebKitCookieManager* manager, SoupCookie* cookie) {
-    co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        webkit_cookie_manager_add_cookie(manager, cookie, nullptr, cb, ud);
-    });
-}
-
 template <typename Route> std::vector<double> timeRuns(int n, Route route) {
     std::vector<double> ms;
     for (int i = 0; i < n; ++i) {
@@ -55,10 +49,8 @@ int main(int argc, char** argv) {
     {
         WebContext context(dir + "/data", dir + "/cache");
         WebSession session(context, claude.host(), claude.origin() + "/settings/usage");
-        SoupCookie* cookie = soup_cookie_new(fake::FakeClaude::cookieName, claude.issueSession().c_str(),
-                                             claude.host().c_str(), "/", 3600);
-        runSync(addCookie(context.cookies(), cookie), 10s);
-        soup_cookie_free(cookie);
+        runSync(context.addCookie(fake::FakeClaude::cookieName, claude.issueSession(), claude.host(), 3600),
+                10s);
         const std::string url =
             claude.origin() + "/api/organizations/" + fake::FakeClaude::orgUuid + "/usage";
         runSync(session.get(url, {}), 30s); // warm up: page loaded, connections open

@@ -16,14 +16,6 @@ namespace {
 constexpr auto claudeCycle = 8min; // a short session window, so resets come round while you watch
 constexpr auto codexCycle = 15min;
 
-Task<void> addCookie(WebKitCookieManager* manager, std::string name, std::string value, std::string host) {
-    SoupCookie* cookie = soup_cookie_new(name.c_str(), value.c_str(), host.c_str(), "/", 30 * 24 * 3600);
-    co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        webkit_cookie_manager_add_cookie(manager, cookie, nullptr, cb, ud);
-    });
-    soup_cookie_free(cookie);
-}
-
 void removeTree(const std::string& path) {
     if (GDir* dir = g_dir_open(path.c_str(), 0, nullptr)) {
         while (const char* name = g_dir_read_name(dir)) {
@@ -68,10 +60,10 @@ Demo::~Demo() {
 }
 
 Task<void> Demo::logIn(AppCore& core) {
-    WebKitCookieManager* cookies = core.web().cookies();
-    co_await addCookie(cookies, fake::FakeClaude::cookieName, claude_.issueSession(), claude_.host());
-    co_await addCookie(cookies, fake::FakeCursor::cookieName, cursor_.issueSession(), cursor_.host());
-    co_await addCookie(cookies, fake::FakeChatGPT::cookieName, chatgpt_.issueSession(), chatgpt_.host());
+    WebContext& web = core.web();
+    co_await web.addCookie(fake::FakeClaude::cookieName, claude_.issueSession(), claude_.host());
+    co_await web.addCookie(fake::FakeCursor::cookieName, cursor_.issueSession(), cursor_.host());
+    co_await web.addCookie(fake::FakeChatGPT::cookieName, chatgpt_.issueSession(), chatgpt_.host());
 }
 
 void Demo::showUsageAt(std::chrono::seconds elapsed) {

@@ -1,5 +1,7 @@
 #include "web/web_context.h"
 
+#include "async/loop.h"
+
 #include <cstdio>
 #include <glib/gstdio.h>
 
@@ -43,6 +45,16 @@ WebContext::WebContext(std::string dataDir, std::string cacheDir)
 
 WebContext::~WebContext() {
     g_weak_ref_clear(&firstView_);
+}
+
+Task<void> WebContext::addCookie(std::string name, std::string value, std::string host, int maxAgeSeconds) {
+    SoupCookie* cookie = soup_cookie_new(name.c_str(), value.c_str(), host.c_str(), "/", maxAgeSeconds);
+    WebKitCookieManager* manager = cookies();
+    auto result = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
+        webkit_cookie_manager_add_cookie(manager, cookie, nullptr, cb, ud);
+    });
+    webkit_cookie_manager_add_cookie_finish(manager, result.get(), nullptr);
+    soup_cookie_free(cookie);
 }
 
 } // namespace ostrel

@@ -4,6 +4,7 @@
 // HTTP session of the direct route. Created once per run, after GTK is initialised.
 
 #include "async/gobject_ptr.h"
+#include "async/task.h"
 
 #include <libsoup/soup.h>
 #include <string>
@@ -37,6 +38,10 @@ class WebContext {
     void noteView(WebKitWebView* view) {
         if (!firstView()) g_weak_ref_set(&firstView_, view);
     }
+
+    // Stores a cookie for `host` in the persistent store, as the service setting it would.
+    Task<void> addCookie(std::string name, std::string value, std::string host,
+                         int maxAgeSeconds = 30 * 24 * 3600);
 
     static std::string defaultDataDir();
     static std::string defaultCacheDir();

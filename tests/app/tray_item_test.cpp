@@ -2,6 +2,7 @@
 #include "app/tray_presenter.h"
 #include "fake_tray_watcher.h"
 #include "support/loop.h"
+#include "support/private_bus.h"
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
@@ -11,28 +12,17 @@ using namespace std::chrono_literals;
 
 namespace {
 
-GObjectPtr<GDBusConnection> connect(GTestDBus* bus) {
-    return adopt(g_dbus_connection_new_for_address_sync(
-        g_test_dbus_get_bus_address(bus),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, nullptr));
-}
-
 // Two parties on a private bus: the app's connection and the tray host's.
 class TrayBus : public ::testing::Test {
   protected:
     void SetUp() override {
-        bus_ = adopt(g_test_dbus_new(G_TEST_DBUS_NONE));
-        g_test_dbus_up(bus_.get());
-        app_ = connect(bus_.get());
-        host_ = connect(bus_.get());
+        app_ = bus_.connect();
+        host_ = bus_.connect();
         ASSERT_TRUE(app_ && host_);
     }
     void TearDown() override {
         app_.reset();
         host_.reset();
-        g_test_dbus_down(bus_.get());
     }
     GVariantPtr properties(const std::string& name) {
         return callWhileServing(name, "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "GetAll",
@@ -60,7 +50,7 @@ class TrayBus : public ::testing::Test {
         return result;
     }
 
-    GObjectPtr<GTestDBus> bus_;
+    test::PrivateBus bus_;
     GObjectPtr<GDBusConnection> app_;
     GObjectPtr<GDBusConnection> host_;
 };

@@ -10,22 +10,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-GObjectPtr<GDBusConnection> connect(GTestDBus* bus) {
-    return adopt(g_dbus_connection_new_for_address_sync(
-        g_test_dbus_get_bus_address(bus),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, nullptr));
-}
-
-Task<void> addCookie(WebKitCookieManager* manager, std::string name, std::string value, std::string host) {
-    SoupCookie* cookie = soup_cookie_new(name.c_str(), value.c_str(), host.c_str(), "/", 3600);
-    co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        webkit_cookie_manager_add_cookie(manager, cookie, nullptr, cb, ud);
-    });
-    soup_cookie_free(cookie);
-}
-
 Task<GVariantPtr> itemProperty(GDBusConnection* host, std::string busName, std::string property) {
     auto res = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
         g_dbus_connection_call(host, busName.c_str(), "/StatusNotifierItem",
@@ -41,13 +25,9 @@ Task<GVariantPtr> itemProperty(GDBusConnection* host, std::string busName, std::
 void AppFixture::SetUp() {
     g_setenv("GTK_A11Y", "none", TRUE);
     gtk_init();
-    // The private bus unsets DISPLAY (against X11 bus autolaunch); the web processes still need it.
-    const std::string display = g_getenv("DISPLAY") ? g_getenv("DISPLAY") : "";
-    bus_ = adopt(g_test_dbus_new(G_TEST_DBUS_NONE));
-    g_test_dbus_up(bus_.get());
-    if (!display.empty()) g_setenv("DISPLAY", display.c_str(), TRUE);
-    appBus_ = connect(bus_.get());
-    hostBus_ = connect(bus_.get());
+    bus_ = std::make_unique<PrivateBus>();
+    appBus_ = bus_->connect();
+    hostBus_ = bus_->connect();
     ASSERT_TRUE(appBus_ && hostBus_);
     notifications_ = std::make_unique<fake::FakeNotifications>(hostBus_.get());
     watcher_ = std::make_unique<fake::FakeTrayWatcher>(hostBus_.get());
@@ -63,7 +43,7 @@ void AppFixture::TearDown() {
     watcher_.reset();
     appBus_.reset();
     hostBus_.reset();
-    g_test_dbus_down(bus_.get());
+    bus_.reset();
 }
 
 void AppFixture::startApp(Clock* clock) {
@@ -84,10 +64,11 @@ void AppFixture::startApp(Clock* clock) {
 }
 
 void AppFixture::logInEverywhere() {
-    WebKitCookieManager* cookies = core_->web().cookies();
-    runSync(addCookie(cookies, fake::FakeClaude::cookieName, claude_.issueSession(), claude_.host()), 10s);
-    runSync(addCookie(cookies, fake::FakeCursor::cookieName, cursor_.issueSession(), cursor_.host()), 10s);
-    runSync(addCookie(cookies, fake::FakeChatGPT::cookieName, chatgpt_.issueSession(), chatgpt_.host()), 10s);
+    WebContext& web = core_->web();
+    runSync(web.addCookie(fake::FakeClaude::cookieName, claude_.issueSession(), claude_.host(), 3600), 10s);
+    runSync(web.addCookie(fake::FakeCursor::cookieName, cursor_.issueSession(), cursor_.host(), 3600), 10s);
+    runSync(web.addCookie(fake::FakeChatGPT::cookieName, chatgpt_.issueSession(), chatgpt_.host(), 3600),
+            10s);
 }
 
 void AppFixture::refresh(ProviderID id) {
@@ -102,18 +83,8 @@ void AppFixture::refresh(ProviderID id) {
     if (error) std::rethrow_exception(error);
 }
 
-std::string AppFixture::trayTitle() {
-    GVariantPtr v = runSync(itemProperty(hostBus_.get(), tray_->busName(), "Title"), 10s);
-    if (!v) return "(no answer)";
-    GVariant* inner = nullptr;
-    g_variant_get(v.get(), "(v)", &inner);
-    std::string out = g_variant_get_string(inner, nullptr);
-    g_variant_unref(inner);
-    return out;
-}
-
-std::string AppFixture::trayLabel() {
-    GVariantPtr v = runSync(itemProperty(hostBus_.get(), tray_->busName(), "XAyatanaLabel"), 10s);
+std::string AppFixture::trayProperty(const char* name) {
+    GVariantPtr v = runSync(itemProperty(hostBus_.get(), tray_->busName(), name), 10s);
     if (!v) return "(no answer)";
     GVariant* inner = nullptr;
     g_variant_get(v.get(), "(v)", &inner);

@@ -12,6 +12,7 @@
 #include "fake_notifications.h"
 #include "fake_tray_watcher.h"
 #include "support/loop.h"
+#include "support/private_bus.h"
 #include "support/test_env.h"
 
 #include <gtest/gtest.h>
@@ -32,8 +33,9 @@ class AppFixture : public ::testing::Test {
     // Refreshes a service as the poll would and waits for it; what the app logged is kept in log_.
     void refresh(ProviderID id);
     // The tray item as the host reads it: its title (the spoken text) and its label.
-    std::string trayTitle();
-    std::string trayLabel();
+    std::string trayTitle() { return trayProperty("Title"); }
+    std::string trayLabel() { return trayProperty("XAyatanaLabel"); }
+    std::string trayProperty(const char* name);
     bool hasCookie(ProviderID id, const std::string& name);
 
     UsageModel& model() { return core_->model(); }
@@ -42,7 +44,7 @@ class AppFixture : public ::testing::Test {
     std::string webCacheDir() const { return dir_.file("cache/ostrel/web"); }
 
     TempDir dir_;
-    GObjectPtr<GTestDBus> bus_;
+    std::unique_ptr<PrivateBus> bus_;
     GObjectPtr<GDBusConnection> appBus_;
     GObjectPtr<GDBusConnection> hostBus_;
     std::unique_ptr<fake::FakeNotifications> notifications_;

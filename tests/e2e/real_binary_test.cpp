@@ -5,6 +5,7 @@
 #include "fake_notifications.h"
 #include "fake_tray_watcher.h"
 #include "support/loop.h"
+#include "support/private_bus.h"
 #include "support/test_env.h"
 #include "web/web_context.h"
 
@@ -17,22 +18,6 @@ using namespace std::chrono_literals;
 using fake::FakeAnswer;
 
 namespace {
-
-GObjectPtr<GDBusConnection> connect(GTestDBus* bus) {
-    return adopt(g_dbus_connection_new_for_address_sync(
-        g_test_dbus_get_bus_address(bus),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, nullptr));
-}
-
-Task<void> addCookie(WebKitCookieManager* manager, std::string name, std::string value, std::string host) {
-    SoupCookie* cookie = soup_cookie_new(name.c_str(), value.c_str(), host.c_str(), "/", 3600);
-    co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        webkit_cookie_manager_add_cookie(manager, cookie, nullptr, cb, ud);
-    });
-    soup_cookie_free(cookie);
-}
 
 Task<std::string> itemTitle(GDBusConnection* host, std::string busName) {
     auto res = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
@@ -67,15 +52,13 @@ TEST(RealBinary, StartsShowsTheNumbersInTheTrayStaysSingleAndQuitsCleanly) {
     // A login made earlier: the session cookie is already in the web engine's store on disk.
     {
         WebContext web(home.file("data/ostrel/web"), home.file("cache/ostrel/web"));
-        runSync(addCookie(web.cookies(), fake::FakeClaude::cookieName, claude.issueSession(), claude.host()),
-                10s);
+        runSync(web.addCookie(fake::FakeClaude::cookieName, claude.issueSession(), claude.host(), 3600), 10s);
         pump(500ms);
     }
 
     const std::string display = g_getenv("DISPLAY") ? g_getenv("DISPLAY") : "";
-    GObjectPtr<GTestDBus> bus = adopt(g_test_dbus_new(G_TEST_DBUS_NONE));
-    g_test_dbus_up(bus.get());
-    GObjectPtr<GDBusConnection> host = connect(bus.get());
+    auto bus = std::make_unique<PrivateBus>();
+    GObjectPtr<GDBusConnection> host = bus->connect();
     fake::FakeTrayWatcher watcher(host.get());
     fake::FakeNotifications notifications(host.get());
     ASSERT_TRUE(runLoopUntil([&] { return watcher.owned() && notifications.owned(); }, 5s));
@@ -83,8 +66,7 @@ TEST(RealBinary, StartsShowsTheNumbersInTheTrayStaysSingleAndQuitsCleanly) {
     auto launcher = adopt(g_subprocess_launcher_new(
         static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_MERGE)));
     g_subprocess_launcher_setenv(launcher.get(), "DISPLAY", display.c_str(), TRUE);
-    g_subprocess_launcher_setenv(launcher.get(), "DBUS_SESSION_BUS_ADDRESS",
-                                 g_test_dbus_get_bus_address(bus.get()), TRUE);
+    g_subprocess_launcher_setenv(launcher.get(), "DBUS_SESSION_BUS_ADDRESS", bus->address(), TRUE);
     g_subprocess_launcher_setenv(launcher.get(), "XDG_CONFIG_HOME", home.file("config").c_str(), TRUE);
     g_subprocess_launcher_setenv(launcher.get(), "XDG_DATA_HOME", home.file("data").c_str(), TRUE);
     g_subprocess_launcher_setenv(launcher.get(), "XDG_CACHE_HOME", home.file("cache").c_str(), TRUE);
@@ -143,5 +125,4 @@ TEST(RealBinary, StartsShowsTheNumbersInTheTrayStaysSingleAndQuitsCleanly) {
     for (const auto& secret : claude.issuedSessions())
         EXPECT_EQ(logged.find(secret), std::string::npos);
     host.reset();
-    g_test_dbus_down(bus.get());
 }

@@ -55,7 +55,7 @@ TEST_F(MenuBarItems, NothingToShowSaysOstrel) {
 TEST_F(MenuBarItems, TextsLevelsAndSpokenForm) {
     settings.setResetTimeShown({ProviderID::claude, ProviderID::codex});
     give(ProviderID::claude, 92.4, 50min + 30s);
-    give(ProviderID::cursor, 58, 3h);     // reset time not asked for
+    give(ProviderID::cursor, 58, 3h);          // reset time not asked for
     give(ProviderID::codex, 20, std::nullopt); // asked for, but there is none
     const auto items = model->menuBarItems();
     ASSERT_EQ(items.size(), 3u);

@@ -1,6 +1,7 @@
 #include "fake_notifications.h"
 #include "model/usage_notifier.h"
 #include "support/loop.h"
+#include "support/private_bus.h"
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
@@ -14,20 +15,11 @@ namespace {
 class PrivateBus : public ::testing::Test {
   protected:
     void SetUp() override {
-        bus_ = adopt(g_test_dbus_new(G_TEST_DBUS_NONE));
-        g_test_dbus_up(bus_.get());
-        connection_ = adopt(g_dbus_connection_new_for_address_sync(
-            g_test_dbus_get_bus_address(bus_.get()),
-            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-            nullptr, nullptr, nullptr));
+        connection_ = bus_.connect();
         ASSERT_TRUE(connection_);
     }
-    void TearDown() override {
-        connection_.reset();
-        g_test_dbus_down(bus_.get());
-    }
-    GObjectPtr<GTestDBus> bus_;
+    void TearDown() override { connection_.reset(); }
+    test::PrivateBus bus_;
     GObjectPtr<GDBusConnection> connection_;
 };
 

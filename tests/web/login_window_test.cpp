@@ -23,14 +23,6 @@ class SilentNotifier final : public Notifier {
     int loginExpired = 0;
 };
 
-Task<void> addCookie(WebKitCookieManager* m, std::string domain) {
-    SoupCookie* c = soup_cookie_new("WorkosCursorSessionToken", "another-service", domain.c_str(), "/", 3600);
-    co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        webkit_cookie_manager_add_cookie(m, c, nullptr, cb, ud);
-    });
-    soup_cookie_free(c);
-}
-
 } // namespace
 
 TEST_F(WebFixture, LogInThroughTheLoginWindowThenLogOut) {
@@ -82,7 +74,7 @@ TEST_F(WebFixture, LogInThroughTheLoginWindowThenLogOut) {
     EXPECT_FALSE(gtk_widget_get_visible(GTK_WIDGET(login.window())));
     EXPECT_EQ(model.state(ProviderID::claude).snapshot->main->percentLeft(), 58);
 
-    runSync(addCookie(context_->cookies(), "127.0.0.3"), 10s);
+    runSync(context_->addCookie("WorkosCursorSessionToken", "another-service", "127.0.0.3", 3600), 10s);
     testing::internal::CaptureStdout();
     runSync(model.logOut(ProviderID::claude), 30s);
     const std::string logged = testing::internal::GetCapturedStdout();

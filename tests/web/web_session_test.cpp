@@ -42,14 +42,7 @@ class WebSessionTest : public WebFixture {
     std::string usageURL() const { return claude_.origin() + usagePath(); }
     void logIn() { logInThroughForm(*session_, claude_.origin() + "/login", FakeClaude::cookieName); }
     void addCookie(const std::string& domain, const std::string& name, const std::string& value) {
-        SoupCookie* c = soup_cookie_new(name.c_str(), value.c_str(), domain.c_str(), "/", 3600);
-        auto add = [](WebKitCookieManager* m, SoupCookie* cookie) -> Task<void> {
-            co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-                webkit_cookie_manager_add_cookie(m, cookie, nullptr, cb, ud);
-            });
-        };
-        runSync(add(context_->cookies(), c), 10s);
-        soup_cookie_free(c);
+        runSync(context_->addCookie(name, value, domain, 3600), 10s);
     }
 
     // Runs a GET; what the session logged goes to `logged`.

@@ -1,7 +1,6 @@
 #include "ui/support/support_style.h"
 
-#include <gtkmm/cssprovider.h>
-#include <gtkmm/stylecontext.h>
+#include "ui/common/css.h"
 
 namespace ostrel::SupportStyle {
 
@@ -65,14 +64,7 @@ constexpr const char* installedKey = "ostrel-support-style";
 
 void apply(Gtk::Widget& widget) {
     widget.add_css_class("ostrel-support");
-    const auto display = widget.get_display();
-    // The provider lives as long as the display, kept on the display itself rather than in a
-    // global of ours.
-    if (display->get_data(installedKey)) return;
-    auto provider = Gtk::CssProvider::create();
-    provider->load_from_data(css);
-    Gtk::StyleContext::add_provider_for_display(display, provider, GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-    display->set_data(installedKey, provider->gobj_copy(), [](void* p) { g_object_unref(p); });
+    installStyleOnce(widget, installedKey, css);
 }
 
 } // namespace ostrel::SupportStyle

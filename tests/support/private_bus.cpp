@@ -1,0 +1,28 @@
+#include "support/private_bus.h"
+
+#include <string>
+
+namespace ostrel::test {
+
+PrivateBus::PrivateBus() : bus_(adopt(g_test_dbus_new(G_TEST_DBUS_NONE))) {
+    // Bringing the bus up unsets DISPLAY (against X11 bus autolaunch); programs started from the
+    // test, the web engine's processes among them, still need it.
+    const char* display = g_getenv("DISPLAY");
+    const std::string keep = display ? display : "";
+    g_test_dbus_up(bus_.get());
+    if (!keep.empty()) g_setenv("DISPLAY", keep.c_str(), TRUE);
+}
+
+PrivateBus::~PrivateBus() {
+    g_test_dbus_down(bus_.get());
+}
+
+GObjectPtr<GDBusConnection> PrivateBus::connect() const {
+    return adopt(g_dbus_connection_new_for_address_sync(
+        address(),
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, nullptr, nullptr));
+}
+
+} // namespace ostrel::test

@@ -1,0 +1,26 @@
+#pragma once
+// A private D-Bus session bus for one test, with as many connections to it as the test needs (the
+// app's, a desktop service's), torn down with the test.
+
+#include "async/gobject_ptr.h"
+
+#include <gio/gio.h>
+
+namespace ostrel::test {
+
+class PrivateBus {
+  public:
+    PrivateBus();
+    ~PrivateBus();
+    PrivateBus(const PrivateBus&) = delete;
+    PrivateBus& operator=(const PrivateBus&) = delete;
+
+    const char* address() const { return g_test_dbus_get_bus_address(bus_.get()); }
+    // A new connection to the bus (a party of its own, with its own unique name).
+    GObjectPtr<GDBusConnection> connect() const;
+
+  private:
+    GObjectPtr<GTestDBus> bus_;
+};
+
+} // namespace ostrel::test
