@@ -263,7 +263,7 @@ Task<HttpResult> WebSession::getViaCookies(std::string url, Headers headers) {
     });
     GErrorOut err;
     GBytesPtr body(soup_session_send_and_read_finish(http, result.get(), err.out()));
-    if (!body) throw WebError(deadline.expired() ? "The request timed out." : err.message());
+    if (!body) throw WebError(deadline.expired() ? "The request timed out" : err.message());
     storeAnsweredCookies(msg.get());
     gsize size = 0;
     const auto* data = static_cast<const char*>(g_bytes_get_data(body.get(), &size));
