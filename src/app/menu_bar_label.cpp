@@ -116,6 +116,29 @@ CairoSurfacePtr MenuBarLabel::render(double scale) const {
     return surface;
 }
 
+CairoSurfacePtr renderServiceBadge(ProviderID id, double percentLeft, UsageLevel level, bool isDark,
+                                   int pixels) {
+    CairoSurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, pixels, pixels));
+    cairo_t* cr = cairo_create(surface.get());
+    const Rgb c = iconColor(level, isDark);
+    const double size = pixels, ring = std::max(1.5, size * 0.11), radius = (size - ring) / 2;
+    cairo_set_line_width(cr, ring);
+    cairo_set_source_rgba(cr, c.r, c.g, c.b, 0.28); // the track
+    cairo_arc(cr, size / 2, size / 2, radius, 0, 2 * M_PI);
+    cairo_stroke(cr);
+    const double fraction = std::clamp(percentLeft / 100.0, 0.0, 1.0);
+    if (fraction > 0) {
+        cairo_set_source_rgb(cr, c.r, c.g, c.b);
+        cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
+        cairo_arc(cr, size / 2, size / 2, radius, -M_PI / 2, -M_PI / 2 + 2 * M_PI * fraction);
+        cairo_stroke(cr);
+    }
+    const int logo = static_cast<int>(std::lround(size * 0.56));
+    drawTintedLogo(cr, displayName(id), (size - logo) / 2, (size - logo) / 2, logo, c);
+    cairo_destroy(cr);
+    return surface;
+}
+
 CairoSurfacePtr renderPlainIcon(int pixels, bool isDark) {
     CairoSurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, pixels, pixels));
     cairo_t* cr = cairo_create(surface.get());

@@ -27,6 +27,11 @@ struct MenuBarLabel {
     CairoSurfacePtr render(double scale) const;
 };
 
+// One service as a square icon, for hosts that squeeze wide icons: its logo tinted by level inside
+// a ring that is as full as what is left.
+CairoSurfacePtr renderServiceBadge(ProviderID id, double percentLeft, UsageLevel level, bool isDark,
+                                   int pixels);
+
 // The plain tray icon, `pixels` square, drawn in the bar's text colour.
 CairoSurfacePtr renderPlainIcon(int pixels, bool isDark);
 

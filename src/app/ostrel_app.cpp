@@ -63,8 +63,15 @@ void OstrelApp::on_startup() {
     };
     actions.refresh = [&model] { spawn(model.refreshAll()); };
     actions.quit = [this] { quit(); };
-    tray_ = std::make_unique<StatusNotifierItem>(bus, std::move(actions));
-    presenter_ = std::make_unique<TrayPresenter>(model, *tray_);
+    const char* style = g_getenv("OSTREL_TRAY_ITEMS");
+    if (style && std::strcmp(style, "per-service") == 0) {
+        serviceItems_ = std::make_unique<ServiceTrayItems>(model, [bus, actions](int index) {
+            return std::make_unique<StatusNotifierItem>(bus, actions, index);
+        });
+    } else {
+        tray_ = std::make_unique<StatusNotifierItem>(bus, std::move(actions));
+        presenter_ = std::make_unique<TrayPresenter>(model, *tray_);
+    }
 
     // Ctrl+C and a polite kill end the run cleanly (the demo removes its folder).
     auto onSignal = [](gpointer self) -> gboolean {
@@ -88,6 +95,7 @@ void OstrelApp::openPanel(std::optional<std::pair<int, int>> near) {
 }
 
 void OstrelApp::on_shutdown() {
+    serviceItems_.reset();
     presenter_.reset();
     tray_.reset();
     if (panel_) remove_window(*panel_);

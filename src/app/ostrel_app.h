@@ -6,6 +6,7 @@
 #include "app/app_core.h"
 #include "app/appearance.h"
 #include "app/demo.h"
+#include "app/service_tray_items.h"
 #include "app/status_notifier_item.h"
 #include "app/tray_presenter.h"
 
@@ -41,6 +42,7 @@ class OstrelApp : public Gtk::Application {
     std::unique_ptr<Appearance> appearance_;
     std::unique_ptr<StatusNotifierItem> tray_;
     std::unique_ptr<TrayPresenter> presenter_;
+    std::unique_ptr<ServiceTrayItems> serviceItems_; // instead of the two above, one item per service
     std::unique_ptr<PanelWindow> panel_;
 };
 

@@ -128,14 +128,27 @@ StatusNotifierItem::Pixmap StatusNotifierItem::fromSurface(cairo_surface_t* surf
     return p;
 }
 
-StatusNotifierItem::StatusNotifierItem(GDBusConnection* bus, Actions actions) : actions_(std::move(actions)) {
-    bus_ = bus ? GObjectPtr<GDBusConnection>::ref(bus)
-               : adopt(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+StatusNotifierItem::StatusNotifierItem(GDBusConnection* bus, Actions actions, int index)
+    : actions_(std::move(actions)), index_(index) {
+    if (index_ > 1) {
+        // Hosts find an item at a fixed object path, so each further item needs a connection of
+        // its own to the same session bus.
+        GCharPtr address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+        if (address)
+            bus_ = adopt(g_dbus_connection_new_for_address_sync(
+                address.get(),
+                static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                  G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+                nullptr, nullptr, nullptr));
+    } else {
+        bus_ = bus ? GObjectPtr<GDBusConnection>::ref(bus)
+                   : adopt(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+    }
     if (!bus_) {
         std::printf("[Ostrel] No session bus: there is no tray item; start Ostrel again to open its panel\n");
         return;
     }
-    busName_ = "org.kde.StatusNotifierItem-" + std::to_string(getpid()) + "-1";
+    busName_ = "org.kde.StatusNotifierItem-" + std::to_string(getpid()) + "-" + std::to_string(index_);
     GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(introspection, nullptr);
     static const GDBusInterfaceVTable vtable{
         &StatusNotifierItem::onMethod, &StatusNotifierItem::onGetProperty, nullptr, {}};
@@ -154,7 +167,7 @@ StatusNotifierItem::StatusNotifierItem(GDBusConnection* bus, Actions actions) : 
         [](GDBusConnection*, const char*, gpointer data) {
             auto* self = static_cast<StatusNotifierItem*>(data);
             self->registered_ = false;
-            if (!self->toldNoWatcher_) {
+            if (!self->toldNoWatcher_ && self->index_ == 1) {
                 self->toldNoWatcher_ = true;
                 std::printf(
                     "[Ostrel] No system tray found (no StatusNotifierWatcher on the session bus); Ostrel "

@@ -27,8 +27,9 @@ class StatusNotifierItem {
         std::vector<unsigned char> argb;
     };
 
-    // Exports on `bus` (the session bus when null) and starts watching for a watcher.
-    StatusNotifierItem(GDBusConnection* bus, Actions actions);
+    // Exports on `bus` (the session bus when null) and starts watching for a watcher. `index`
+    // tells apart several items of one process (it ends the bus name).
+    StatusNotifierItem(GDBusConnection* bus, Actions actions, int index = 1);
     StatusNotifierItem(const StatusNotifierItem&) = delete;
     StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
     ~StatusNotifierItem();
@@ -69,6 +70,7 @@ class StatusNotifierItem {
     std::string title_ = "Ostrel";
     std::string label_;
     unsigned menuRevision_ = 1;
+    int index_ = 1;
 };
 
 } // namespace ostrel

@@ -224,17 +224,19 @@ std::vector<MenuBarItem> UsageModel::menuBarItems() const {
     return items;
 }
 
+std::string spokenText(const MenuBarItem& item) {
+    static const std::string dot = " · ";
+    std::string text = item.text;
+    if (auto at = text.find(dot); at != std::string::npos) text.replace(at, dot.size(), " left, resets in ");
+    return std::string(displayName(item.id)) + " " + text;
+}
+
 std::string UsageModel::menuBarAccessibilityText() const {
     const std::vector<MenuBarItem> items = menuBarItems();
     if (items.empty()) return "Ostrel";
     std::string out;
-    for (const MenuBarItem& item : items) {
-        std::string text = item.text;
-        if (auto dot = text.find(" · "); dot != std::string::npos)
-            text.replace(dot, std::string(" · ").size(), " left, resets in ");
-        if (!out.empty()) out += ", ";
-        out += std::string(displayName(item.id)) + " " + text;
-    }
+    for (const MenuBarItem& item : items)
+        out += (out.empty() ? "" : ", ") + spokenText(item);
     return out;
 }
 

@@ -28,6 +28,9 @@ struct MenuBarItem {
     bool operator==(const MenuBarItem&) const = default;
 };
 
+// How a screen reader says one item: "Claude 42% left, resets in 2h 5m", or "Codex 80%".
+std::string spokenText(const MenuBarItem& item);
+
 // Shows a service's own login page to the user; calls `onClose` when the user closes it.
 class LoginHost {
   public:
