@@ -4,6 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh --test
+. scripts/sandbox-check.sh
 cmake -S . -B build-tests -G Ninja -DCMAKE_BUILD_TYPE=Debug -DOSTREL_WERROR=ON >/dev/null
 cmake --build build-tests
 exec dbus-run-session -- xvfb-run -a -s "-screen 0 1280x1024x24" \
