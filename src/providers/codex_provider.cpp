@@ -107,26 +107,34 @@ std::optional<CodexProvider::WindowInfo> CodexProvider::window(const json& value
     const auto used = numberMember(value, "used_percent");
     if (!used) return std::nullopt;
 
-    auto windowSeconds = numberMember(value, "limit_window_seconds");
-    if (windowSeconds && !(*windowSeconds >= 0 && *windowSeconds < maxWindowSeconds)) windowSeconds.reset();
-    auto resetAfter = numberMember(value, "reset_after_seconds");
-    std::optional<TimePoint> resetFromAfter = resetAfter ? after(now, *resetAfter) : std::nullopt;
-    if (!resetFromAfter) resetAfter.reset();
+    // Plain values, not optionals: GCC 12 warns, wrongly, about optionals reassigned here.
+    bool hasWindow = false, hasResetAfter = false;
+    double window = 0, afterSeconds = 0;
+    if (auto w = numberMember(value, "limit_window_seconds"); w && *w >= 0 && *w < maxWindowSeconds) {
+        hasWindow = true;
+        window = *w;
+    }
+    std::optional<TimePoint> resetFromAfter;
+    if (auto r = numberMember(value, "reset_after_seconds")) {
+        resetFromAfter = after(now, *r);
+        if (resetFromAfter) {
+            hasResetAfter = true;
+            afterSeconds = *r;
+        }
+    }
 
     const ResetAt at = readResetAt(value);
     const std::optional<TimePoint> reset = at.given ? at.time : resetFromAfter;
 
     bool notStarted = false;
-    if (*used == 0 && windowSeconds && resetAfter && *resetAfter >= *windowSeconds - 60)
+    if (*used == 0 && hasWindow && hasResetAfter && afterSeconds >= window - 60)
         notStarted = true; // a full window still ahead: nothing has been used in it yet
     else if (reset)
         notStarted = *reset <= now;
     else
         notStarted = *used == 0;
 
-    std::string name = windowSeconds     ? title(*windowSeconds)
-                       : id == "primary" ? "5-Hour Session"
-                                         : "Weekly Limit";
+    std::string name = hasWindow ? title(window) : id == "primary" ? "5-Hour Session" : "Weekly Limit";
     return WindowInfo{UsageLimit{id, std::move(name), *used, reset}, notStarted};
 }
 
