@@ -179,6 +179,7 @@ StatusNotifierItem::StatusNotifierItem(GDBusConnection* bus, Actions actions, in
 }
 
 StatusNotifierItem::~StatusNotifierItem() {
+    g_cancellable_cancel(cancel_.get());
     if (watchId_) g_bus_unwatch_name(watchId_);
     if (ownerId_) g_bus_unown_name(ownerId_);
     if (itemRegistration_) g_dbus_connection_unregister_object(bus_.get(), itemRegistration_);
@@ -187,15 +188,13 @@ StatusNotifierItem::~StatusNotifierItem() {
 
 void StatusNotifierItem::registerWithWatcher() {
     // Hosts look the item up by its unique bus name or well-known name; the well-known one is ours.
-    struct Ctx {
-        StatusNotifierItem* self;
-    };
     g_dbus_connection_call(
         bus_.get(), watcherName, "/StatusNotifierWatcher", watcherName, "RegisterStatusNotifierItem",
-        g_variant_new("(s)", busName_.c_str()), nullptr, G_DBUS_CALL_FLAGS_NONE, 5000, nullptr,
+        g_variant_new("(s)", busName_.c_str()), nullptr, G_DBUS_CALL_FLAGS_NONE, 5000, cancel_.get(),
         [](GObject* source, GAsyncResult* res, gpointer data) {
             GErrorOut err;
             GVariantPtr reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), res, err.out()));
+            if (err.matches(G_IO_ERROR, G_IO_ERROR_CANCELLED)) return; // the item is gone
             auto* self = static_cast<StatusNotifierItem*>(data);
             if (!reply) {
                 std::printf("[Ostrel] The system tray did not take the item: %s\n", err.message().c_str());

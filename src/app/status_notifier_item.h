@@ -58,6 +58,8 @@ class StatusNotifierItem {
     void emit(const char* signal, GVariant* params = nullptr);
 
     GObjectPtr<GDBusConnection> bus_;
+    // Cancelled on destruction, so a reply that arrives later never reaches a dead item.
+    GObjectPtr<GCancellable> cancel_ = adopt(g_cancellable_new());
     Actions actions_;
     std::string busName_;
     guint ownerId_ = 0;

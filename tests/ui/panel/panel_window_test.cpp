@@ -35,6 +35,8 @@ class PanelWindowTest : public ::testing::Test {
         Display* display = gdk_x11_display_get_xdisplay(gdk_surface_get_display(surface));
         XSetInputFocus(display, gdk_x11_surface_get_xid(surface), RevertToParent, CurrentTime);
         XFlush(display);
+        // The X server tells GTK in its own time; a loaded machine can take a while.
+        runLoopUntil([&] { return w.is_active(); }, std::chrono::seconds(5));
         settle();
     }
 
@@ -94,6 +96,6 @@ TEST_F(PanelWindowTest, HidesWhenTheFocusGoesElsewhereUnlessTurnedOff) {
     focus(*window);
     ASSERT_TRUE(window->is_active());
     focus(other);
-    EXPECT_FALSE(window->get_visible());
+    EXPECT_TRUE(runLoopUntil([&] { return !window->get_visible(); }, std::chrono::seconds(5)));
     other.destroy();
 }
