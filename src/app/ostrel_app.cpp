@@ -24,7 +24,13 @@ Glib::RefPtr<OstrelApp> OstrelApp::create(bool demo) {
 
 OstrelApp::OstrelApp(bool demo) : Gtk::Application(demo ? demoAppId : appId), demoMode_(demo) {}
 
-OstrelApp::~OstrelApp() = default;
+OstrelApp::~OstrelApp() {
+    // Panel first (it watches the model), then what the model drives, then the demo services.
+    panel_.reset();
+    appearance_.reset();
+    core_.reset();
+    demo_.reset();
+}
 
 void OstrelApp::on_startup() {
     Gtk::Application::on_startup();
@@ -95,14 +101,12 @@ void OstrelApp::openPanel(std::optional<std::pair<int, int>> near) {
 }
 
 void OstrelApp::on_shutdown() {
+    // Leave the tray at once; the rest goes with the application object, after the main loop has
+    // stopped, so a refresh still under way can never resume into a torn-down session.
     serviceItems_.reset();
     presenter_.reset();
     tray_.reset();
     if (panel_) remove_window(*panel_);
-    panel_.reset();
-    appearance_.reset();
-    core_.reset();
-    demo_.reset();
     Gtk::Application::on_shutdown();
 }
 

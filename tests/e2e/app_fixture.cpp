@@ -35,6 +35,9 @@ void AppFixture::SetUp() {
 }
 
 void AppFixture::TearDown() {
+    // A refresh a test started in passing (a settings change starts one) must end before the web
+    // sessions it runs in go away.
+    if (core_) runLoopUntil([&] { return !core_->model().isRefreshing(); }, 60s);
     presenter_.reset();
     tray_.reset();
     core_.reset();

@@ -33,10 +33,13 @@ class PanelWindowTest : public ::testing::Test {
     static void focus(Gtk::Window& w) {
         GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(w.gobj()));
         Display* display = gdk_x11_display_get_xdisplay(gdk_surface_get_display(surface));
-        XSetInputFocus(display, gdk_x11_surface_get_xid(surface), RevertToParent, CurrentTime);
-        XFlush(display);
-        // The X server tells GTK in its own time; a loaded machine can take a while.
-        runLoopUntil([&] { return w.is_active(); }, std::chrono::seconds(5));
+        // The X server tells GTK in its own time, and without a window manager another client of
+        // the same display may take the focus meanwhile: ask again until it holds (bounded).
+        for (int attempt = 0; attempt < 10 && !w.is_active(); ++attempt) {
+            XSetInputFocus(display, gdk_x11_surface_get_xid(surface), RevertToParent, CurrentTime);
+            XFlush(display);
+            runLoopUntil([&] { return w.is_active(); }, std::chrono::milliseconds(500));
+        }
         settle();
     }
 
