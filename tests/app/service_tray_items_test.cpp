@@ -1,7 +1,7 @@
 #include "app/menu_bar_label.h"
 #include "app/service_tray_items.h"
 #include "fake_tray_watcher.h"
-#include "model_doubles.h"
+#include "scripted_model.h"
 #include "support/loop.h"
 #include "support/private_bus.h"
 #include "support/test_env.h"
@@ -20,40 +20,20 @@ TEST(ServiceTrayItems, OneSquareItemPerServiceShowingAndBackToThePlainIcon) {
     fake::FakeTrayWatcher watcher(host.get());
     ASSERT_TRUE(runLoopUntil([&] { return watcher.owned(); }, 5s));
 
-    TempDir dir;
-    AppSettings settings(dir.file("settings.ini"));
-    ManualClock clock(std::chrono::system_clock::now());
-    RecordingNotifier notifier;
-    RecordingLogin login;
-    UsageModel::Providers providers;
-    std::map<ProviderID, ScriptedProvider*> scripted;
-    for (ProviderID id : allProviders) {
-        auto p = std::make_unique<ScriptedProvider>(id);
-        scripted[id] = p.get();
-        providers[id] = std::move(p);
-    }
-    UsageModel model(settings, std::move(providers), clock, notifier, login);
-    ServiceTrayItems tray(model, [&](int index) {
+    ScriptedModel m;
+    ServiceTrayItems tray(*m.model, [&](int index) {
         return std::make_unique<StatusNotifierItem>(app.get(), StatusNotifierItem::Actions{}, index);
     });
     ASSERT_EQ(tray.items().size(), 1u) << "nothing to show: the plain icon";
 
-    testing::internal::CaptureStdout();
-    for (ProviderID id : {ProviderID::claude, ProviderID::codex}) {
-        scripted[id]->then(UsageSnapshot{UsageLimit{"main", "Main", 25, std::nullopt}, false, {}, {}, {}});
-        runSync(model.refresh(id), 5s);
-    }
-    testing::internal::GetCapturedStdout();
+    for (ProviderID id : {ProviderID::claude, ProviderID::codex})
+        m.succeed(id, m.snapshot(m.limit("main", 25)));
     ASSERT_EQ(tray.items().size(), 2u);
     ASSERT_TRUE(runLoopUntil([&] { return watcher.registrations().size() == 2; }, 5s));
     EXPECT_NE(watcher.registrations()[0].sender, watcher.registrations()[1].sender)
         << "each item is a party of its own, so both can sit at the usual object path";
 
-    scripted[ProviderID::claude]->script.clear();
-    scripted[ProviderID::claude]->thenThrow(ProviderError::needsLogin());
-    testing::internal::CaptureStdout();
-    runSync(model.refresh(ProviderID::claude), 5s);
-    testing::internal::GetCapturedStdout();
+    m.fail(ProviderID::claude, ProviderError::needsLogin());
     EXPECT_EQ(tray.items().size(), 1u) << "a service that needs a login leaves the tray";
 }
 

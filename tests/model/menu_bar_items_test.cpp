@@ -1,5 +1,5 @@
 #include "model/usage_model.h"
-#include "model_doubles.h"
+#include "scripted_model.h"
 #include "support/test_env.h"
 
 #include <gtest/gtest.h>
@@ -10,35 +10,11 @@ using namespace std::chrono_literals;
 
 namespace {
 
-class MenuBarItems : public ::testing::Test {
+class MenuBarItems : public ::testing::Test, protected ScriptedModel {
   protected:
-    MenuBarItems() {
-        UsageModel::Providers providers;
-        for (ProviderID id : allProviders) {
-            auto p = std::make_unique<ScriptedProvider>(id);
-            scripted[id] = p.get();
-            providers[id] = std::move(p);
-        }
-        testing::internal::CaptureStdout();
-        model = std::make_unique<UsageModel>(settings, std::move(providers), clock, notifier, login);
-    }
-    ~MenuBarItems() override { testing::internal::GetCapturedStdout(); }
-
     void give(ProviderID id, double used, std::optional<std::chrono::seconds> resetIn) {
-        UsageLimit l{"main", "Main", used, std::nullopt};
-        if (resetIn) l.resetsAt = clock.now() + *resetIn;
-        scripted[id]->script.clear();
-        scripted[id]->then(UsageSnapshot{l, false, {}, std::nullopt, std::nullopt});
-        runSync(model->refresh(id), 5s);
+        succeed(id, snapshot(limit("main", used, resetIn)));
     }
-
-    TempDir dir;
-    AppSettings settings{dir.file("settings.ini")};
-    ManualClock clock{std::chrono::system_clock::now()};
-    RecordingNotifier notifier;
-    RecordingLogin login;
-    std::map<ProviderID, ScriptedProvider*> scripted;
-    std::unique_ptr<UsageModel> model;
 };
 
 } // namespace

@@ -1,5 +1,5 @@
 #include "model/usage_model.h"
-#include "model_doubles.h"
+#include "scripted_model.h"
 #include "support/test_env.h"
 
 #include <gtest/gtest.h>
@@ -11,29 +11,15 @@ using namespace std::chrono_literals;
 
 namespace {
 
-class UsageModelTest : public ::testing::Test {
+class UsageModelTest : public ::testing::Test, protected ScriptedModel {
   protected:
     UsageModelTest() {
-        UsageModel::Providers providers;
-        for (ProviderID id : allProviders) {
-            auto p = std::make_unique<ScriptedProvider>(id);
-            scripted[id] = p.get();
-            providers[id] = std::move(p);
-        }
-        model = std::make_unique<UsageModel>(settings, std::move(providers), clock, notifier, login);
         model->changed.connect([this] { ++changes; });
     }
 
-    UsageLimit limit(std::string id, double used,
-                     std::optional<std::chrono::seconds> resetIn = std::nullopt) {
-        UsageLimit l{id, id + " title", used, std::nullopt};
-        if (resetIn) l.resetsAt = clock.now() + *resetIn;
-        return l;
-    }
     static UsageSnapshot snap(std::optional<UsageLimit> main, std::vector<UsageLimit> others = {}) {
-        return UsageSnapshot{std::move(main), false, std::move(others), std::nullopt, std::nullopt};
+        return snapshot(std::move(main), std::move(others));
     }
-    void refresh(ProviderID id) { runSync(model->refresh(id), 5s); }
     // Only Claude is tracked unless a test says otherwise, to keep the expectations short.
     void onlyClaude() {
         testing::internal::CaptureStdout();
@@ -43,13 +29,6 @@ class UsageModelTest : public ::testing::Test {
             p->fetches = 0;
     }
 
-    TempDir dir;
-    AppSettings settings{dir.file("settings.ini")};
-    ManualClock clock{std::chrono::system_clock::now()};
-    RecordingNotifier notifier;
-    RecordingLogin login;
-    std::map<ProviderID, ScriptedProvider*> scripted;
-    std::unique_ptr<UsageModel> model;
     int changes = 0;
 };
 

@@ -14,27 +14,9 @@ namespace {
 const char* orgs = R"([{"uuid":"org-1"},{"uuid":"org-2"}])";
 const char* usage = R"({"five_hour":{"utilization":40,"resets_at":"2099-01-01T00:00:00Z"}})";
 
-class ClaudeFetch : public ::testing::Test {
+class ClaudeFetch : public ScriptedProviderTest<ClaudeProvider> {
   protected:
-    ClaudeFetch() {
-        auto w = std::make_unique<ScriptedWeb>();
-        web = w.get();
-        provider =
-            std::make_unique<ClaudeProvider>(std::move(w), ServiceEndpoint{"https", "claude.test", 0}, clock);
-    }
-    UsageSnapshot fetch() { return runSync(provider->fetch(), 5s); }
-    std::string fetchError() {
-        try {
-            fetch();
-        } catch (const std::exception& e) {
-            return e.what();
-        }
-        return "no error";
-    }
-
-    ManualClock clock{std::chrono::system_clock::now()};
-    ScriptedWeb* web = nullptr;
-    std::unique_ptr<ClaudeProvider> provider;
+    ClaudeFetch() : ScriptedProviderTest("claude.test") {}
 };
 
 } // namespace

@@ -19,23 +19,9 @@ std::string session(const std::string& token) {
     return R"({"user":{"id":"u-1"},"accessToken":")" + token + R"("})";
 }
 
-class CodexFetch : public ::testing::Test {
+class CodexFetch : public ScriptedProviderTest<CodexProvider> {
   protected:
-    CodexFetch() {
-        auto w = std::make_unique<ScriptedWeb>();
-        web = w.get();
-        provider =
-            std::make_unique<CodexProvider>(std::move(w), ServiceEndpoint{"https", "chatgpt.test", 0}, clock);
-    }
-    UsageSnapshot fetch() { return runSync(provider->fetch(), 5s); }
-    std::string fetchError() {
-        try {
-            fetch();
-        } catch (const std::exception& e) {
-            return e.what();
-        }
-        return "no error";
-    }
+    CodexFetch() : ScriptedProviderTest("chatgpt.test") {}
     // The token a usage call carried ("" for another call); compared, never printed.
     std::string bearer(std::size_t call) const {
         const auto& c = web->calls.at(call);
@@ -48,10 +34,6 @@ class CodexFetch : public ::testing::Test {
             out.push_back(c.url);
         return out;
     }
-
-    ManualClock clock{std::chrono::system_clock::now()};
-    ScriptedWeb* web = nullptr;
-    std::unique_ptr<CodexProvider> provider;
 };
 
 } // namespace

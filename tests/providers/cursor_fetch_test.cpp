@@ -10,27 +10,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-class CursorFetch : public ::testing::Test {
+class CursorFetch : public ScriptedProviderTest<CursorProvider> {
   protected:
-    CursorFetch() {
-        auto w = std::make_unique<ScriptedWeb>();
-        web = w.get();
-        provider =
-            std::make_unique<CursorProvider>(std::move(w), ServiceEndpoint{"https", "cursor.test", 0}, clock);
-    }
-    UsageSnapshot fetch() { return runSync(provider->fetch(), 5s); }
-    std::string fetchError() {
-        try {
-            fetch();
-        } catch (const std::exception& e) {
-            return e.what();
-        }
-        return "no error";
-    }
-
-    ManualClock clock{std::chrono::system_clock::now()};
-    ScriptedWeb* web = nullptr;
-    std::unique_ptr<CursorProvider> provider;
+    CursorFetch() : ScriptedProviderTest("cursor.test") {}
 };
 
 } // namespace

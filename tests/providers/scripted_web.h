@@ -4,10 +4,13 @@
 
 #include "async/loop.h"
 #include "model/usage.h"
+#include "providers/service_config.h"
 #include "web/web_client.h"
 
 #include <deque>
 #include <functional>
+#include <gtest/gtest.h>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -49,6 +52,30 @@ class ScriptedWeb final : public WebClient {
 
   private:
     std::deque<std::function<HttpResult(const Call&)>> answers_;
+};
+
+// A provider of type P wired to a scripted web client, with a clock the test moves.
+template <typename P> class ScriptedProviderTest : public ::testing::Test {
+  protected:
+    explicit ScriptedProviderTest(const char* host) {
+        auto w = std::make_unique<ScriptedWeb>();
+        web = w.get();
+        provider = std::make_unique<P>(std::move(w), ServiceEndpoint{"https", host, 0}, clock);
+    }
+    UsageSnapshot fetch() { return runSync(provider->fetch(), std::chrono::seconds(5)); }
+    // The error text of a fetch that fails, or "no error".
+    std::string fetchError() {
+        try {
+            fetch();
+        } catch (const std::exception& e) {
+            return e.what();
+        }
+        return "no error";
+    }
+
+    ManualClock clock{std::chrono::system_clock::now()};
+    ScriptedWeb* web = nullptr;
+    std::unique_ptr<P> provider;
 };
 
 } // namespace ostrel::test

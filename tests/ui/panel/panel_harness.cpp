@@ -29,51 +29,6 @@ void setAnimations(bool on) {
     Gtk::Settings::get_default()->property_gtk_enable_animations() = on;
 }
 
-PanelModel::PanelModel(std::vector<ProviderID> missing) {
-    UsageModel::Providers providers;
-    for (ProviderID id : allProviders) {
-        if (std::find(missing.begin(), missing.end(), id) != missing.end()) continue;
-        auto p = std::make_unique<ScriptedProvider>(id);
-        scripted[id] = p.get();
-        providers[id] = std::move(p);
-    }
-    model = std::make_unique<UsageModel>(settings, std::move(providers), clock, notifier, login);
-}
-
-PanelModel::~PanelModel() {
-    drain(); // tasks the views started finish before the model goes
-    model.reset();
-}
-
-void PanelModel::answer(ProviderID id, UsageSnapshot s) {
-    provider(id).script.clear();
-    provider(id).then(std::move(s));
-}
-
-void PanelModel::succeed(ProviderID id, UsageSnapshot s) {
-    answer(id, std::move(s));
-    refresh(id);
-}
-
-void PanelModel::refresh(ProviderID id) {
-    runSync(model->refresh(id), 5s);
-}
-
-void PanelModel::advance(std::chrono::seconds by) {
-    clock.advance(by);
-    runSync(model->tick(), 5s);
-}
-
-UsageLimit PanelModel::limit(std::string id, double used, std::optional<std::chrono::seconds> resetIn) const {
-    UsageLimit l{id, id, used, std::nullopt};
-    if (resetIn) l.resetsAt = clock.now() + *resetIn;
-    return l;
-}
-
-UsageSnapshot PanelModel::snapshot(std::optional<UsageLimit> main, std::vector<UsageLimit> others) {
-    return UsageSnapshot{std::move(main), false, std::move(others), std::nullopt, std::nullopt};
-}
-
 Gtk::Widget* findNamed(Gtk::Widget& root, std::string_view name) {
     if (root.get_name() == Glib::ustring(name.data(), name.size())) return &root;
     for (auto* child = root.get_first_child(); child; child = child->get_next_sibling())

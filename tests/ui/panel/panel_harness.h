@@ -4,7 +4,7 @@
 // window's keyboard shortcuts, and a window that hosts a widget at the panel's width.
 
 #include "model/usage_model.h"
-#include "model_doubles.h"
+#include "scripted_model.h"
 #include "support/test_env.h"
 #include "ui/support/screen_box.h"
 
@@ -27,40 +27,7 @@ bool startGtk();
 void setDarkStyle(bool dark);
 void setAnimations(bool on);
 
-// A real model over scripted providers. Providers listed in `missing` have no provider object.
-class PanelModel {
-  public:
-    explicit PanelModel(std::vector<ProviderID> missing = {});
-    ~PanelModel();
-
-    ScriptedProvider& provider(ProviderID id) { return *scripted.at(id); }
-    // What the service answers from now on.
-    void answer(ProviderID id, UsageSnapshot snapshot);
-    // Scripts the answer and runs one refresh of `id` to its end.
-    void succeed(ProviderID id, UsageSnapshot snapshot);
-    template <typename E> void fail(ProviderID id, E error) {
-        provider(id).script.clear();
-        provider(id).thenThrow(std::move(error));
-        refresh(id);
-    }
-    void refresh(ProviderID id);
-    // Moves the clock and runs the model's 30-second tick.
-    void advance(std::chrono::seconds by);
-
-    UsageLimit limit(std::string id, double used, std::optional<std::chrono::seconds> resetIn = {}) const;
-    static UsageSnapshot snapshot(std::optional<UsageLimit> main, std::vector<UsageLimit> others = {});
-
-    // What the settings file holds now.
-    std::string settingsFile() const { return readFile(settings.path()); }
-
-    TempDir dir;
-    AppSettings settings{dir.file("settings.ini")};
-    ManualClock clock{std::chrono::system_clock::now()};
-    RecordingNotifier notifier;
-    RecordingLogin login;
-    std::map<ProviderID, ScriptedProvider*> scripted;
-    std::unique_ptr<UsageModel> model;
-};
+using PanelModel = ScriptedModel;
 
 Gtk::Widget* findNamed(Gtk::Widget& root, std::string_view name);
 
