@@ -28,12 +28,6 @@ Task<void> tickLoop(UsageModel& model, Clock& clock, std::shared_ptr<bool> alive
     }
 }
 
-Task<void> refreshOne(UsageModel& model, ProviderID id) {
-    co_await model.refresh(id);
-}
-Task<void> refreshEverything(UsageModel& model) {
-    co_await model.refreshAll();
-}
 Task<void> logOutThenShowLogin(UsageModel& model, ProviderID id) {
     co_await model.logOut(id);
     model.showLogin(id);
@@ -46,9 +40,9 @@ UsageModel::UsageModel(AppSettings& settings, Providers providers, Clock& clock,
     : settings_(settings), providers_(std::move(providers)), clock_(clock), notifier_(notifier),
       login_(login), now_(clock.now()) {
     connections_.push_back(settings_.changed.connect([this] { changed.emit(); }));
-    connections_.push_back(settings_.enabledChanged.connect([this] { spawn(refreshEverything(*this)); }));
+    connections_.push_back(settings_.enabledChanged.connect([this] { spawn(refreshAll()); }));
     login_.onClose = [this, alive = alive_](ProviderID id) {
-        if (*alive) spawn(refreshOne(*this, id));
+        if (*alive) spawn(refresh(id));
     };
 }
 

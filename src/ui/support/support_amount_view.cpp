@@ -1,6 +1,5 @@
 #include "ui/support/support_amount_view.h"
 
-#include "ui/support/coffee_svg.h"
 #include "ui/support/support_amount.h"
 #include "ui/support/support_style.h"
 
@@ -8,7 +7,7 @@ namespace ostrel {
 
 SupportAmountView::SupportAmountView(std::function<void(double)> onSend)
     : Glib::ObjectBase("OstrelSupportAmountView"), ScreenBox(16), onSend_(std::move(onSend)),
-      coffee_(assets::coffeeSvg, 48) {
+      coffee_("Coffee", 48) {
     SupportStyle::apply(*this);
     set_margin_bottom(8);
 

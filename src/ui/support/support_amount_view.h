@@ -1,8 +1,8 @@
 #pragma once
 // The support screen: a coffee, a line of thanks, preset amounts, an amount field and "Send".
 
+#include "ui/common/artwork_image.h"
 #include "ui/support/screen_box.h"
-#include "ui/support/template_image.h"
 
 #include <array>
 #include <functional>
@@ -30,7 +30,7 @@ class SupportAmountView : public ScreenBox {
     std::string amountText_;
 
     Gtk::Box coffeeTile_;
-    TemplateImage coffee_;
+    ArtworkImage coffee_;
     Gtk::Label thanks_;
     Gtk::Box presetRow_{Gtk::Orientation::HORIZONTAL, 8};
     std::array<Gtk::Button, 4> presetButtons_;
