@@ -1,6 +1,7 @@
 // Measures the running app from the outside: time from process start to the tray item registered
 // with the watcher, CPU used while idle with the panel closed, and the proportional memory of the
-// app and its web processes with the three demo sessions loaded. Run by hand on a display:
+// app and its web processes with the three demo sessions loaded, next to the same measure of the
+// bare web engine. Run by hand on a display:
 //   dbus-run-session -- xvfb-run -a build/bench/app/app_bench [idle-seconds]
 #include "async/loop.h"
 #include "fake_tray_watcher.h"
@@ -61,6 +62,23 @@ std::string commOf(int pid) {
     return name;
 }
 
+// Prints the proportional memory of a process and its descendants, one line each, and returns
+// the total in KiB.
+long printTreePss(int root) {
+    long total = 0;
+    for (int p : descendants(root)) {
+        const long kib = pssKiB(p);
+        total += kib;
+        std::printf("  %-24s %6.1f MB\n", commOf(p).c_str(), static_cast<double>(kib) / 1024.0);
+    }
+    std::printf("  %-24s %6.1f MB\n", "total", static_cast<double>(total) / 1024.0);
+    return total;
+}
+
+double mib(long kib) {
+    return static_cast<double>(kib) / 1024.0;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -102,14 +120,8 @@ int main(int argc, char** argv) {
 
     // Let the first refreshes finish and the pages settle before measuring the idle app.
     runLoopUntil([] { return false; }, 15s);
-    long pss = 0;
     std::printf("proportional memory with the demo sessions loaded:\n");
-    for (int p : descendants(pid)) {
-        const long kib = pssKiB(p);
-        pss += kib;
-        std::printf("  %-24s %6.1f MB\n", commOf(p).c_str(), static_cast<double>(kib) / 1024.0);
-    }
-    std::printf("  %-24s %6.1f MB\n", "total", static_cast<double>(pss) / 1024.0);
+    const long appPss = printTreePss(pid);
 
     const std::vector<int> tree = descendants(pid);
     std::vector<double> before;
@@ -129,6 +141,20 @@ int main(int argc, char** argv) {
 
     g_subprocess_send_signal(app.get(), SIGTERM);
     g_subprocess_wait(app.get(), nullptr, nullptr);
+
+    // The same measure of the bare engine tells how much of the figure above is the app's own.
+    GObjectPtr<GSubprocess> floor =
+        adopt(g_subprocess_launcher_spawn(launcher.get(), err.out(), ENGINE_FLOOR_BINARY, nullptr));
+    if (!floor) {
+        std::fprintf(stderr, "cannot start the engine-only program: %s\n", err.message().c_str());
+        return 1;
+    }
+    runLoopUntil([] { return false; }, 15s);
+    std::printf("proportional memory of the web engine alone (three hidden views of a one-line page):\n");
+    const long floorPss = printTreePss(std::atoi(g_subprocess_get_identifier(floor.get())));
+    std::printf("the app's own share: %.1f MB\n", mib(appPss) - mib(floorPss));
+    g_subprocess_send_signal(floor.get(), SIGTERM);
+    g_subprocess_wait(floor.get(), nullptr, nullptr);
     const std::string rm = "rm -rf '" + home + "'";
     return std::system(rm.c_str()) == 0 ? 0 : 1;
 }
