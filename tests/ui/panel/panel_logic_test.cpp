@@ -1,11 +1,8 @@
-// The panel's rules without a display: spring motion, screens and their back targets, which
-// service and which picture to show, the theme preview's rules and where the window goes.
+// The panel's rules without a display: spring motion and where the window goes. The screens, the
+// service choice, the pictures and the theme preview are tested through the widgets that use them.
 
 #include "ui/panel/panel_placement.h"
-#include "ui/panel/panel_rules.h"
-#include "ui/panel/panel_screen.h"
 #include "ui/panel/spring.h"
-#include "ui/panel/theme_preview.h"
 
 #include <gtest/gtest.h>
 
@@ -57,83 +54,6 @@ TEST(Spring, RetargetingMidFlightKeepsPositionAndSpeed) {
     EXPECT_DOUBLE_EQ(s.target(), 40);
     EXPECT_TRUE(s.settled(2.0));
     EXPECT_NEAR(s.value(2.0), 40, 0.25);
-}
-
-TEST(PanelScreens, TitlesAndBackTargets) {
-    struct Row {
-        PanelScreen screen;
-        const char* title;
-        std::optional<PanelScreen> back;
-    };
-    const Row rows[] = {{PanelScreen::main, "", std::nullopt},
-                        {PanelScreen::settings, "Settings", PanelScreen::main},
-                        {PanelScreen::theme, "Theme", PanelScreen::settings},
-                        {PanelScreen::support, "Support Ostrel", PanelScreen::settings},
-                        {PanelScreen::supportQR, "Scan to Pay", PanelScreen::support},
-                        {PanelScreen::feedback, "Send Feedback", PanelScreen::settings}};
-    for (const Row& row : rows) {
-        EXPECT_EQ(screenTitle(row.screen), row.title);
-        EXPECT_EQ(backTarget(row.screen), row.back) << row.title;
-    }
-}
-
-TEST(PanelSelection, StoredChoiceOrFirstTab) {
-    using enum ProviderID;
-    const std::vector<ProviderID> noCodex{claude, cursor};
-    EXPECT_EQ(chooseSelected(noCodex, "cursor"), cursor);
-    EXPECT_EQ(chooseSelected(noCodex, "codex"), claude) << "a turned-off service falls back";
-    EXPECT_EQ(chooseSelected({cursor, codex}, "codex"), codex) << "and is shown again once on";
-    EXPECT_EQ(chooseSelected({cursor, codex}, "Claude"), cursor) << "no service by that name";
-    EXPECT_EQ(chooseSelected({cursor, codex}, ""), cursor);
-    EXPECT_EQ(chooseSelected({}, "claude"), std::nullopt);
-}
-
-TEST(ProviderPictures, FirstMatchingCaseWins) {
-    ProviderState s;
-    EXPECT_EQ(pictureFor(s), ProviderPicture::checking);
-    s.lastAttempt = TimePoint{};
-    EXPECT_EQ(pictureFor(s), ProviderPicture::failed);
-    s.snapshot = UsageSnapshot{};
-    EXPECT_EQ(pictureFor(s), ProviderPicture::info);
-    EXPECT_EQ(infoText(*s.snapshot), "No usage data yet");
-    s.snapshot->message = "Usage-based plan";
-    EXPECT_EQ(infoText(*s.snapshot), "Usage-based plan");
-    s.snapshot->main = UsageLimit{"session", "Session", 120, std::nullopt};
-    EXPECT_EQ(pictureFor(s), ProviderPicture::usage);
-    EXPECT_EQ(mainPercentLeft(s), 0.0) << "over-use reads as nothing left";
-    s.needsLogin = true;
-    EXPECT_EQ(pictureFor(s), ProviderPicture::loginPrompt) << "even with numbers held";
-    EXPECT_EQ(mainPercentLeft(ProviderState{}), std::nullopt);
-}
-
-TEST(ThemePreviewRules, LevelLabelAndReturnButton) {
-    using namespace ThemePreview;
-    EXPECT_EQ(initialPercent(std::nullopt), 70);
-    EXPECT_EQ(initialPercent(42.0), 42);
-    EXPECT_EQ(label(70), "70% left");
-    EXPECT_EQ(label(49.5), "50% left");
-    EXPECT_EQ(band(49.5), UsageLevel::medium) << "the band uses the unrounded value";
-    EXPECT_EQ(band(0), UsageLevel::low);
-    EXPECT_EQ(band(100), UsageLevel::veryHigh);
-    EXPECT_FALSE(offersCurrentLevel(std::nullopt, 10));
-    EXPECT_FALSE(offersCurrentLevel(42.0, 42.5));
-    EXPECT_TRUE(offersCurrentLevel(42.0, 43));
-    EXPECT_TRUE(offersCurrentLevel(42.0, 41));
-}
-
-TEST(ThemePreviewRules, MiniatureSizes) {
-    struct Row {
-        GaugeTheme theme;
-        double width, height;
-    };
-    const Row rows[] = {{GaugeTheme::glass, 53.65, 76},  {GaugeTheme::bubble, 58.5, 58.5},
-                        {GaugeTheme::meter, 85.5, 67.5}, {GaugeTheme::candle, 49.18, 76},
-                        {GaugeTheme::hearts, 99, 31.5},  {GaugeTheme::plant, 58.12, 76}};
-    for (const Row& row : rows) {
-        const Size size = ThemePreview::miniatureSize(row.theme);
-        EXPECT_NEAR(size.width, row.width, 0.01) << displayName(row.theme);
-        EXPECT_NEAR(size.height, row.height, 0.01) << displayName(row.theme);
-    }
 }
 
 TEST(PanelPlacement, UnderTheClickInsideTheWorkArea) {

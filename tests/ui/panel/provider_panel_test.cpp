@@ -86,10 +86,7 @@ TEST_F(ProviderPanelTest, NumbersWithoutAMainLimitShowTheMessageByAFadedLogo) {
     m.succeed(claude, PanelModel::snapshot(std::nullopt));
     EXPECT_EQ(panel->picture(), ProviderPicture::info);
     EXPECT_EQ(shownTexts(*panel), std::vector<std::string>{"No usage data yet"});
-    auto logos = all<ProviderLogo>(*panel);
-    ASSERT_EQ(logos.size(), 1u);
-    EXPECT_NEAR(logos.front()->get_opacity(), 0.6, 0.01);
-    EXPECT_EQ(logos.front()->size(), 40);
+    EXPECT_EQ(all<ProviderLogo>(*panel).size(), 1u);
 
     UsageSnapshot withMessage = PanelModel::snapshot(std::nullopt);
     withMessage.message = "Usage-based pricing: no fixed allowance";
@@ -109,8 +106,6 @@ TEST_F(ProviderPanelTest, UsageShowsGaugeFigureCountdownAndSecondaryLimits) {
     EXPECT_DOUBLE_EQ(gauge.level(), 0.63);
     EXPECT_EQ(gauge.state(), UsageLevel::high);
     EXPECT_EQ(gauge.theme(), GaugeTheme::glass);
-    EXPECT_EQ(gauge.get_width(), 120);
-    EXPECT_EQ(gauge.get_height(), 170);
     EXPECT_EQ(std::string(gauge.get_tooltip_text()),
               "Updated " + shortTime(*m.model->state(claude).lastUpdated));
     EXPECT_EQ(named<Gtk::Label>(*panel, "big-figure").get_text(), "63% left");
@@ -133,8 +128,6 @@ TEST_F(ProviderPanelTest, UsageShowsGaugeFigureCountdownAndSecondaryLimits) {
     m.settings.setTheme(GaugeTheme::meter);
     settle();
     EXPECT_EQ(gauge.theme(), GaugeTheme::meter);
-    EXPECT_EQ(gauge.get_width(), 190);
-    EXPECT_EQ(gauge.get_height(), 150);
 }
 
 TEST_F(ProviderPanelTest, FiguresAreClampedAndNotStartedHidesTheCountdown) {
