@@ -33,13 +33,6 @@ TEST(GaugeMotion, RetargetContinuesFromTheShownValueWithoutAJump) {
     EXPECT_DOUBLE_EQ(m.displayed(1.2), 0.2);
 }
 
-TEST(GaugeMotion, UntouchedMotionRestsAtItsInitialValues) {
-    const GaugeMotion m;
-    EXPECT_DOUBLE_EQ(m.displayed(123.0), 0.0);
-    EXPECT_DOUBLE_EQ(m.hoverAmount(123.0), 0.0);
-    EXPECT_EQ(m.leanAmount(123.0), (Size{0, 0}));
-}
-
 TEST(GaugeMotion, HoverAndLeanEaseWithSmoothstep) {
     GaugeMotion m;
     const Size size{200, 100};
@@ -90,19 +83,4 @@ TEST(GaugeFrame, LeanTurnsAndShiftsTheGauge) {
     EXPECT_DOUBLE_EQ(f.offset.x, 6.0);
     EXPECT_DOUBLE_EQ(f.offset.y, 8.5);
     EXPECT_DOUBLE_EQ(f.inputs.hover, 1.0);
-    EXPECT_DOUBLE_EQ(f.inputs.t, 2.0);
-    EXPECT_DOUBLE_EQ(f.inputs.level, 0.5);
-    EXPECT_EQ(f.inputs.state, UsageLevel::high);
-}
-
-TEST(GaugeFrame, WithoutMotionThePictureIsStillAtTheExactLevel) {
-    GaugeMotion m;
-    m.appear(0.6, 0.0);
-    m.pointerMoved(120, 0, {120, 170}, 0.0);
-    const GaugeFrame f = gaugeFrame(m, 0.6, UsageLevel::high, false, 0.1, {120, 170});
-    EXPECT_DOUBLE_EQ(f.inputs.level, 0.6);
-    EXPECT_DOUBLE_EQ(f.inputs.t, 0.0);
-    EXPECT_DOUBLE_EQ(f.inputs.hover, 0.0);
-    EXPECT_DOUBLE_EQ(f.rotationDegrees, 0.0);
-    EXPECT_EQ(f.offset, (Point{0, 0}));
 }

@@ -30,7 +30,6 @@ TEST(MeterLayout, NeedlePointsAtTheLevel) {
     EXPECT_FALSE(empty.tipGlow);
     EXPECT_FALSE(meterLayout({0.01, UsageLevel::low, 0, 0}, size).tipGlow);
     EXPECT_TRUE(meterLayout({0.011, UsageLevel::low, 0, 0}, size).tipGlow);
-    EXPECT_DOUBLE_EQ(empty.tipOpacity, 0.575);
 }
 
 TEST(MeterLayout, NeedleTremblesMoreUnderThePointer) {
@@ -50,7 +49,6 @@ TEST(MeterLayout, DialFitsAWideShortSpaceByItsHeight) {
     EXPECT_DOUBLE_EQ(m.diameter, 125);
     EXPECT_DOUBLE_EQ(m.dial.y, 0); // the visible 0.8 D is exactly the height
     EXPECT_DOUBLE_EQ(m.dial.midX(), 200);
-    EXPECT_DOUBLE_EQ(m.ring, 0.07 * 125);
     // In a tall space the width rules and the 0.8 D band is centred.
     const MeterLayout tall = meterLayout({0.5, UsageLevel::high, 0, 0}, {100, 300});
     EXPECT_DOUBLE_EQ(tall.diameter, 100);
@@ -106,7 +104,6 @@ TEST(CandleLayout, LowFlameIsSmallerAndSwaysMore) {
     const CandleLayout still = candleLayout({0.5, UsageLevel::high, 0, 0}, size);
     EXPECT_DOUBLE_EQ(still.flameTurn, 0);
     EXPECT_DOUBLE_EQ(still.flameStretch, 1);
-    EXPECT_DOUBLE_EQ(still.haloRadius, 0.95 * 55);
 }
 
 TEST(CandleLayout, PointerBlowsTheFlameOverClockwiseAboutItsBase) {
