@@ -29,6 +29,17 @@ class UsageModelTest : public ::testing::Test, protected ScriptedModel {
             p->fetches = 0;
     }
 
+    // Answers the next Claude refresh with `s`; the notifications that refresh sent.
+    std::vector<std::string> stepClaude(UsageSnapshot s) {
+        auto* p = scripted[ProviderID::claude];
+        p->script.clear();
+        p->then(std::move(s));
+        testing::internal::CaptureStdout();
+        refresh(ProviderID::claude);
+        testing::internal::GetCapturedStdout();
+        return notifier.take();
+    }
+
     int changes = 0;
 };
 
@@ -100,14 +111,8 @@ TEST_F(UsageModelTest, OneFetchPerServiceAtATimeAndCallersJoinIt) {
 
 TEST_F(UsageModelTest, MainLimitNotificationsFollowTheMemory) {
     onlyClaude();
-    auto* p = scripted[ProviderID::claude];
     auto step = [&](double used, std::optional<std::chrono::seconds> resetIn = 3h) {
-        p->script.clear();
-        p->then(snap(limit("session", used, resetIn)));
-        testing::internal::CaptureStdout();
-        refresh(ProviderID::claude);
-        testing::internal::GetCapturedStdout();
-        return notifier.take();
+        return stepClaude(snap(limit("session", used, resetIn)));
     };
     using V = std::vector<std::string>;
     EXPECT_EQ(step(70), V{}) << "the first numbers of a run are silent";
@@ -129,15 +134,7 @@ TEST_F(UsageModelTest, MainLimitNotificationsFollowTheMemory) {
 
 TEST_F(UsageModelTest, ResetNeedsEarlierUseAndNotStartedLeavesTheMemoryAlone) {
     onlyClaude();
-    auto* p = scripted[ProviderID::claude];
-    auto step = [&](UsageSnapshot s) {
-        p->script.clear();
-        p->then(std::move(s));
-        testing::internal::CaptureStdout();
-        refresh(ProviderID::claude);
-        testing::internal::GetCapturedStdout();
-        return notifier.take();
-    };
+    auto step = [&](UsageSnapshot s) { return stepClaude(std::move(s)); };
     using V = std::vector<std::string>;
     EXPECT_EQ(step(snap(limit("session", 0, 1h))), V{});
     EXPECT_EQ(step(snap(limit("session", 55, 2h))), V{"claude below50 session"})
@@ -151,15 +148,9 @@ TEST_F(UsageModelTest, ResetNeedsEarlierUseAndNotStartedLeavesTheMemoryAlone) {
 
 TEST_F(UsageModelTest, SecondaryLimitsOnlyGetAlmostGoneOnce) {
     onlyClaude();
-    auto* p = scripted[ProviderID::claude];
     auto step = [&](double weeklyUsed, std::chrono::seconds weeklyReset, double opusUsed) {
-        p->script.clear();
-        p->then(snap(limit("session", 10, 1h),
-                     {limit("weekly", weeklyUsed, weeklyReset), limit("opus", opusUsed, 48h)}));
-        testing::internal::CaptureStdout();
-        refresh(ProviderID::claude);
-        testing::internal::GetCapturedStdout();
-        return notifier.take();
+        return stepClaude(snap(limit("session", 10, 1h),
+                               {limit("weekly", weeklyUsed, weeklyReset), limit("opus", opusUsed, 48h)}));
     };
     using V = std::vector<std::string>;
     EXPECT_EQ(step(95, 72h, 10), V{}) << "first seen at 5 % left: recorded, not sent";
