@@ -17,25 +17,6 @@ class CursorFetch : public ScriptedProviderTest<CursorProvider> {
 
 } // namespace
 
-TEST_F(CursorFetch, WithoutTheSessionCookieNothingIsAsked) {
-    web->hasCookieResult = false;
-    EXPECT_EQ(fetchError(), "Not logged in");
-    EXPECT_EQ(web->cookieChecks, std::vector<std::string>{"WorkosCursorSessionToken"});
-    EXPECT_TRUE(web->calls.empty());
-}
-
-TEST_F(CursorFetch, ReadsTheUsageSummary) {
-    web->answer(200, R"({"individualUsage":{"plan":{"limit":500,"totalPercentUsed":42}}})");
-    const auto s = fetch();
-    ASSERT_TRUE(s.main);
-    EXPECT_EQ(s.main->title, "Included usage");
-    EXPECT_EQ(s.main->percentUsed, 42);
-    ASSERT_EQ(web->calls.size(), 1u);
-    EXPECT_EQ(web->calls[0].url, "https://cursor.test/api/usage-summary");
-    EXPECT_TRUE(web->calls[0].headers.empty());
-    EXPECT_EQ(provider->loginURL(), "https://cursor.test/dashboard");
-}
-
 TEST_F(CursorFetch, StatusesAndBodies) {
     // A sign-in page, a challenge or anything but a JSON object means the session is gone.
     for (const char* body : {"<!DOCTYPE html><html>Sign in</html>", "[]", "null", ""}) {
