@@ -2,6 +2,7 @@
 #include "ui/gauges/gauge_view.h"
 
 #include <chrono>
+#include <cmath>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <gtkmm/init.h>
@@ -119,11 +120,12 @@ TEST_F(GaugeViewTest, AsksForTheThemesNaturalSizeUnlessToldOtherwise) {
         view.measure(o, -1, minimum, natural, minBase, natBase);
         return natural;
     };
-    EXPECT_EQ(measure(Gtk::Orientation::HORIZONTAL), 190);
-    EXPECT_EQ(measure(Gtk::Orientation::VERTICAL), 150);
-    view.setTheme(GaugeTheme::hearts);
-    EXPECT_EQ(measure(Gtk::Orientation::HORIZONTAL), 220);
-    EXPECT_EQ(measure(Gtk::Orientation::VERTICAL), 70);
+    for (GaugeTheme theme : allGaugeThemes) {
+        view.setTheme(theme);
+        const Size natural = naturalSize(theme);
+        EXPECT_EQ(measure(Gtk::Orientation::HORIZONTAL), static_cast<int>(std::ceil(natural.width)));
+        EXPECT_EQ(measure(Gtk::Orientation::VERTICAL), static_cast<int>(std::ceil(natural.height)));
+    }
     view.setPreferredSize(Size{64, 48});
     EXPECT_EQ(measure(Gtk::Orientation::HORIZONTAL), 64);
     EXPECT_EQ(measure(Gtk::Orientation::VERTICAL), 48);

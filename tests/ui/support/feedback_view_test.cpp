@@ -2,7 +2,7 @@
 
 #include "async/loop.h"
 #include "fake_feedback.h"
-#include "gtk_harness.h"
+#include "panel_harness.h"
 #include "ui/support/feedback_view.h"
 
 #include <glib.h>
@@ -33,7 +33,7 @@ class FeedbackViewTest : public ::testing::Test {
         ASSERT_TRUE(test::startGtk()) << "no display";
         g_setenv("OSTREL_FEEDBACK_URL", service.origin().c_str(), TRUE);
         view = std::make_unique<FeedbackView>();
-        host = std::make_unique<test::PanelHost>(*view);
+        host = std::make_unique<test::Host>(*view);
     }
     void TearDown() override {
         host.reset();
@@ -52,7 +52,7 @@ class FeedbackViewTest : public ::testing::Test {
 
     fake::FakeFeedback service;
     std::unique_ptr<FeedbackView> view;
-    std::unique_ptr<test::PanelHost> host;
+    std::unique_ptr<test::Host> host;
 };
 
 } // namespace

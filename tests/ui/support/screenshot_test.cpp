@@ -3,8 +3,10 @@
 
 #include "async/loop.h"
 #include "fake_feedback.h"
-#include "gtk_harness.h"
+#include "panel_harness.h"
 #include "qr_decode.h"
+#include "support/screenshot.h"
+#include "ui/panel/panel_view.h"
 #include "ui/support/feedback_view.h"
 #include "ui/support/support_amount_view.h"
 #include "ui/support/support_qr_view.h"
@@ -25,11 +27,16 @@ class Screenshots : public ::testing::Test {
   protected:
     void SetUp() override { ASSERT_TRUE(test::startGtk()) << "no display"; }
 
-    // Saves the hosted screen and checks it kept to the panel's width.
-    void save(test::PanelHost& host, const std::string& name) {
-        const auto [w, h] = host.saveScreenshot(test::screenshotPath(name));
-        EXPECT_EQ(w, test::panelWidth) << name << " is wider than the panel";
-        EXPECT_GT(h, 100) << name;
+    // Saves the window holding the screen on the panel's card and checks it kept to the panel's
+    // width; the picture's path.
+    std::string save(test::Host& host, const std::string& name) {
+        host.settle();
+        Gtk::Window& window = host.window();
+        EXPECT_EQ(window.get_width(), PanelView::width) << name << " is wider than the panel";
+        EXPECT_GT(window.get_height(), 100) << name;
+        const std::string path = test::saveScreenshot(GTK_WIDGET(window.gobj()), "support/" + name);
+        EXPECT_FALSE(path.empty()) << name;
+        return path;
     }
 };
 
@@ -39,8 +46,8 @@ TEST_F(Screenshots, Feedback) {
     fake::FakeFeedback service;
     g_setenv("OSTREL_FEEDBACK_URL", service.origin().c_str(), TRUE);
     FeedbackView view;
-    test::PanelHost host(view);
-    save(host, "feedback.png");
+    test::Host host(view);
+    save(host, "feedback");
 
     test::named<Gtk::TextView>(view, "message")
         .get_buffer()
@@ -49,25 +56,24 @@ TEST_F(Screenshots, Feedback) {
     service.setAnswer(fake::FakeAnswer::json(R"({"error":"Feedback is closed for maintenance."})", 503));
     test::press(test::named<Gtk::Button>(view, "send"));
     ASSERT_TRUE(runLoopUntil([&] { return view.status().kind == FeedbackView::Status::Kind::failed; }, 10s));
-    save(host, "feedback-failed.png");
+    save(host, "feedback-failed");
 
     service.setAnswer(fake::FakeAnswer::json("{}", 201));
     test::press(test::named<Gtk::Button>(view, "send"));
     ASSERT_TRUE(runLoopUntil([&] { return view.status().kind == FeedbackView::Status::Kind::sent; }, 10s));
-    save(host, "feedback-sent.png");
+    save(host, "feedback-sent");
     g_unsetenv("OSTREL_FEEDBACK_URL");
 }
 
 TEST_F(Screenshots, SupportAmount) {
     SupportAmountView view([](double) {});
-    test::PanelHost host(view);
-    save(host, "support-amount.png");
+    test::Host host(view);
+    save(host, "support-amount");
 }
 
 TEST_F(Screenshots, PaymentQrScansBackToTheLink) {
     SupportQRView view(250);
-    test::PanelHost host(view);
-    const std::string path = test::screenshotPath("support-qr.png");
-    save(host, "support-qr.png");
+    test::Host host(view);
+    const std::string path = save(host, "support-qr");
     EXPECT_EQ(test::decodeQr(path), UPI::paymentLink(250));
 }

@@ -1,7 +1,7 @@
 // The support amount and payment screens under a real display.
 
 #include "async/loop.h"
-#include "gtk_harness.h"
+#include "panel_harness.h"
 #include "support/loop.h"
 #include "ui/support/support_amount_view.h"
 #include "ui/support/support_qr_view.h"
@@ -26,7 +26,7 @@ class SupportAmountViewTest : public ::testing::Test {
     void SetUp() override {
         ASSERT_TRUE(test::startGtk()) << "no display";
         view = std::make_unique<SupportAmountView>([this](double v) { sent.push_back(v); });
-        host = std::make_unique<test::PanelHost>(*view);
+        host = std::make_unique<test::Host>(*view);
     }
     void TearDown() override {
         host.reset();
@@ -44,7 +44,7 @@ class SupportAmountViewTest : public ::testing::Test {
 
     std::vector<double> sent;
     std::unique_ptr<SupportAmountView> view;
-    std::unique_ptr<test::PanelHost> host;
+    std::unique_ptr<test::Host> host;
 };
 
 } // namespace
@@ -105,7 +105,7 @@ std::optional<std::string> clipboardText(Gtk::Widget& w) {
 TEST(SupportQRView, ShowsTheCodeAndWholeRupeesToThePayee) {
     ASSERT_TRUE(test::startGtk()) << "no display";
     SupportQRView view(12.75);
-    test::PanelHost host(view);
+    test::Host host(view);
     EXPECT_NE(test::findNamed(view, "qr-code"), nullptr);
     EXPECT_EQ(test::named<Gtk::Label>(view, "pay-line").get_text().raw(),
               "₹12 to " + std::string(UPI::payee().name));
@@ -114,7 +114,7 @@ TEST(SupportQRView, ShowsTheCodeAndWholeRupeesToThePayee) {
 TEST(SupportQRView, CopyPutsTheAddressOnTheClipboardAndShowsACheckForTwoSeconds) {
     ASSERT_TRUE(test::startGtk()) << "no display";
     SupportQRView view(100);
-    test::PanelHost host(view);
+    test::Host host(view);
     auto& symbol = test::named<Gtk::Image>(view, "copy-symbol");
     EXPECT_EQ(symbol.get_icon_name().raw(), "edit-copy-symbolic");
 
