@@ -2,7 +2,7 @@
 // with the watcher, CPU used while idle with the panel closed, and the proportional memory of the
 // app and its web processes with the three demo sessions loaded, next to the same measure of the
 // bare web engine. Run by hand on a display:
-//   dbus-run-session -- xvfb-run -a build/bench/app/app_bench [idle-seconds]
+//   dbus-run-session -- xvfb-run -a -s -noreset build/bench/app/app_bench [idle-seconds] [ostrel]
 #include "async/loop.h"
 #include "fake_tray_watcher.h"
 

@@ -1,5 +1,6 @@
 #include "app_fixture.h"
 
+#include "support/display.h"
 #include "web/web_session.h"
 
 #include <gtk/gtk.h>
@@ -24,7 +25,7 @@ Task<GVariantPtr> itemProperty(GDBusConnection* host, std::string busName, std::
 
 void AppFixture::SetUp() {
     g_setenv("GTK_A11Y", "none", TRUE);
-    gtk_init();
+    ASSERT_TRUE(test::startGtk()) << "no display";
     bus_ = std::make_unique<PrivateBus>();
     appBus_ = bus_->connect();
     hostBus_ = bus_->connect();

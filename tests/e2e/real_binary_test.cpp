@@ -4,6 +4,7 @@
 #include "fake_cursor.h"
 #include "fake_notifications.h"
 #include "fake_tray_watcher.h"
+#include "support/display.h"
 #include "support/loop.h"
 #include "support/private_bus.h"
 #include "support/test_env.h"
@@ -41,7 +42,7 @@ Task<std::string> itemTitle(GDBusConnection* host, std::string busName) {
 // notification service all stand-ins it cannot tell from the real ones.
 TEST(RealBinary, StartsShowsTheNumbersInTheTrayStaysSingleAndQuitsCleanly) {
     g_setenv("GTK_A11Y", "none", TRUE);
-    gtk_init();
+    ASSERT_TRUE(test::startGtk()) << "no display";
     TempDir home;
     fake::FakeClaude claude;
     fake::FakeCursor cursor;

@@ -1,13 +1,14 @@
 #include "web_fixture.h"
 
 #include "async/gobject_ptr.h"
+#include "support/display.h"
 
 namespace ostrel::test {
 
 using namespace std::chrono_literals;
 
 void WebFixture::SetUp() {
-    gtk_init();
+    ASSERT_TRUE(startGtk()) << "no display";
     context_ = std::make_unique<WebContext>(dir_.file("data/ostrel/web"), dir_.file("cache/ostrel/web"));
 }
 

@@ -1,6 +1,7 @@
 // Renders every gauge off-screen into PNG files under the build folder for a reviewer to look at,
 // and probes a few pixels where a drawing fault would show.
 #include "model/usage.h"
+#include "support/display.h"
 #include "ui/gauges/candle_layout.h"
 #include "ui/gauges/gauge_drawing.h"
 #include "ui/gauges/gauge_render.h"
@@ -115,7 +116,7 @@ class Pixels {
 
 class GaugeScreenshots : public ::testing::Test {
   protected:
-    static void SetUpTestSuite() { gtk_init(); }
+    static void SetUpTestSuite() { ASSERT_TRUE(test::startGtk()) << "no display"; }
     void SetUp() override { ASSERT_TRUE(renderer.ready()) << renderer.error(); }
     OffscreenRenderer renderer;
 };

@@ -1,3 +1,4 @@
+#include "support/display.h"
 #include "ui/gauges/gauge_render.h"
 #include "ui/gauges/gauge_view.h"
 
@@ -37,10 +38,7 @@ void emitPointer(GaugeView& view, const char* signal, double x = 0, double y = 0
 
 class GaugeViewTest : public ::testing::Test {
   protected:
-    static void SetUpTestSuite() {
-        gtk_init();
-        Gtk::init_gtkmm_internals();
-    }
+    static void SetUpTestSuite() { ASSERT_TRUE(test::startGtk()) << "no display"; }
     void SetUp() override { animations(true); }
     void TearDown() override { animations(true); }
 

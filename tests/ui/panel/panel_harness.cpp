@@ -14,12 +14,6 @@ namespace ostrel::test {
 
 using namespace std::chrono_literals;
 
-bool startGtk() {
-    if (!gtk_init_check()) return false;
-    Gtk::init_gtkmm_internals();
-    return true;
-}
-
 void setDarkStyle(bool dark) {
     Gtk::Settings::get_default()->property_gtk_application_prefer_dark_theme() = dark;
     settle();

@@ -5,6 +5,7 @@
 
 #include "model/usage_model.h"
 #include "scripted_model.h"
+#include "support/display.h"
 #include "support/test_env.h"
 #include "ui/support/screen_box.h"
 
@@ -21,8 +22,6 @@
 
 namespace ostrel::test {
 
-// Starts GTK for this process; false when no display can be opened.
-bool startGtk();
 // The desktop's light or dark style, and whether it allows animations.
 void setDarkStyle(bool dark);
 void setAnimations(bool on);
