@@ -33,14 +33,16 @@ class PanelWindowTest : public ::testing::Test {
     static void focus(Gtk::Window& w) {
         GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(w.gobj()));
         Display* display = gdk_x11_display_get_xdisplay(gdk_surface_get_display(surface));
-        // The X server tells GTK in its own time, and without a window manager another client of
-        // the same display may take the focus meanwhile: ask again until it holds (bounded).
-        for (int attempt = 0; attempt < 10 && !w.is_active(); ++attempt) {
+        // The X server tells GTK in its own time (a window can still read as active from before
+        // the last change), and without a window manager another client of the same display may
+        // take the focus meanwhile: always ask, and ask again until it holds (bounded).
+        for (int attempt = 0; attempt < 10; ++attempt) {
             XSetInputFocus(display, gdk_x11_surface_get_xid(surface), RevertToParent, CurrentTime);
             XFlush(display);
-            runLoopUntil([&] { return w.is_active(); }, std::chrono::milliseconds(500));
+            if (!runLoopUntil([&] { return w.is_active(); }, std::chrono::milliseconds(500))) continue;
+            settle();
+            if (w.is_active()) return;
         }
-        settle();
     }
 
     PanelModel m;
