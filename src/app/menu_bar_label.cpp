@@ -17,18 +17,12 @@ constexpr double itemGap = 10;    // between items
 constexpr double verticalPad = 1; // above and below the row
 constexpr double fontSize = 13;   // points
 
-struct LayoutDeleter {
-    void operator()(PangoLayout* l) const { g_object_unref(l); }
-};
-using LayoutPtr = std::unique_ptr<PangoLayout, LayoutDeleter>;
-
-LayoutPtr makeText(cairo_t* cr, const std::string& text) {
-    LayoutPtr layout(pango_cairo_create_layout(cr));
-    PangoFontDescription* font = pango_font_description_from_string("Sans");
-    pango_font_description_set_absolute_size(font, fontSize * PANGO_SCALE);
-    pango_font_description_set_weight(font, PANGO_WEIGHT_MEDIUM);
-    pango_layout_set_font_description(layout.get(), font);
-    pango_font_description_free(font);
+GObjectPtr<PangoLayout> makeText(cairo_t* cr, const std::string& text) {
+    GObjectPtr<PangoLayout> layout = adopt(pango_cairo_create_layout(cr));
+    const FontDescriptionPtr font(pango_font_description_from_string("Sans"));
+    pango_font_description_set_absolute_size(font.get(), fontSize * PANGO_SCALE);
+    pango_font_description_set_weight(font.get(), PANGO_WEIGHT_MEDIUM);
+    pango_layout_set_font_description(layout.get(), font.get());
     // Tabular digits keep the label from jittering as the numbers change.
     PangoAttrList* attrs = pango_attr_list_new();
     pango_attr_list_insert(attrs, pango_attr_font_features_new("tnum 1"));
@@ -42,17 +36,13 @@ LayoutPtr makeText(cairo_t* cr, const std::string& text) {
 void drawTintedLogo(cairo_t* cr, std::string_view name, double x, double y, int size, Rgb colour) {
     GObjectPtr<GdkPixbuf> pixbuf = artworkPixbufRaw(name, size);
     if (!pixbuf) return;
-    GdkTexture* texture = gdk_texture_new_for_pixbuf(pixbuf.get());
-    const int w = gdk_texture_get_width(texture), h = gdk_texture_get_height(texture);
-    CairoSurfacePtr mask(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, w, h));
-    cairo_surface_flush(mask.get());
-    gdk_texture_download(texture, cairo_image_surface_get_data(mask.get()),
-                         static_cast<gsize>(cairo_image_surface_get_stride(mask.get())));
-    cairo_surface_mark_dirty(mask.get());
-    g_object_unref(texture);
+    const int w = gdk_pixbuf_get_width(pixbuf.get()), h = gdk_pixbuf_get_height(pixbuf.get());
     cairo_save(cr);
+    // The picture is a mask: its alpha decides where the colour goes.
+    gdk_cairo_set_source_pixbuf(cr, pixbuf.get(), x + (size - w) / 2.0, y + (size - h) / 2.0);
+    const PatternPtr mask(cairo_pattern_reference(cairo_get_source(cr)));
     cairo_set_source_rgb(cr, colour.r, colour.g, colour.b);
-    cairo_mask_surface(cr, mask.get(), x + (size - w) / 2.0, y + (size - h) / 2.0);
+    cairo_mask(cr, mask.get());
     cairo_restore(cr);
 }
 
@@ -75,25 +65,25 @@ CairoSurfacePtr MenuBarLabel::render(double scale) const {
     if (items.empty()) return nullptr;
     // Measure in points on a scratch surface.
     CairoSurfacePtr scratch(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 1, 1));
-    cairo_t* measure = cairo_create(scratch.get());
+    const CairoPtr measure(cairo_create(scratch.get()));
     double width = 0, rowHeight = logoSize;
     std::vector<std::pair<double, double>> textSizes;
     for (const MenuBarItem& item : items) {
-        LayoutPtr layout = makeText(measure, item.text);
+        const GObjectPtr<PangoLayout> layout = makeText(measure.get(), item.text);
         PangoRectangle ink, logical;
         pango_layout_get_pixel_extents(layout.get(), &ink, &logical);
         textSizes.emplace_back(logical.width, logical.height);
         width += logoSize + innerGap + logical.width;
         rowHeight = std::max(rowHeight, static_cast<double>(logical.height));
     }
-    cairo_destroy(measure);
     width += itemGap * static_cast<double>(items.size() - 1);
     const double height = rowHeight + 2 * verticalPad;
 
     const int pw = static_cast<int>(std::ceil(width * scale)),
               ph = static_cast<int>(std::ceil(height * scale));
     CairoSurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, pw, ph));
-    cairo_t* cr = cairo_create(surface.get());
+    const CairoPtr owner(cairo_create(surface.get()));
+    cairo_t* cr = owner.get();
     double x = 0;
     const double textColour = isDark ? 1.0 : 0.0;
     for (std::size_t i = 0; i < items.size(); ++i) {
@@ -104,14 +94,13 @@ CairoSurfacePtr MenuBarLabel::render(double scale) const {
         x += logoSize + innerGap;
         cairo_save(cr);
         cairo_scale(cr, scale, scale);
-        LayoutPtr layout = makeText(cr, item.text);
+        const GObjectPtr<PangoLayout> layout = makeText(cr, item.text);
         cairo_move_to(cr, x, verticalPad + (rowHeight - textSizes[i].second) / 2);
         cairo_set_source_rgb(cr, textColour, textColour, textColour);
         pango_cairo_show_layout(cr, layout.get());
         cairo_restore(cr);
         x += textSizes[i].first + itemGap;
     }
-    cairo_destroy(cr);
     cairo_surface_set_device_scale(surface.get(), scale, scale);
     return surface;
 }
@@ -119,7 +108,8 @@ CairoSurfacePtr MenuBarLabel::render(double scale) const {
 CairoSurfacePtr renderServiceBadge(ProviderID id, double percentLeft, UsageLevel level, bool isDark,
                                    int pixels) {
     CairoSurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, pixels, pixels));
-    cairo_t* cr = cairo_create(surface.get());
+    const CairoPtr owner(cairo_create(surface.get()));
+    cairo_t* cr = owner.get();
     const Rgb c = iconColor(level, isDark);
     const double size = pixels, ring = std::max(1.5, size * 0.11), radius = (size - ring) / 2;
     cairo_set_line_width(cr, ring);
@@ -135,16 +125,14 @@ CairoSurfacePtr renderServiceBadge(ProviderID id, double percentLeft, UsageLevel
     }
     const int logo = static_cast<int>(std::lround(size * 0.56));
     drawTintedLogo(cr, displayName(id), (size - logo) / 2, (size - logo) / 2, logo, c);
-    cairo_destroy(cr);
     return surface;
 }
 
 CairoSurfacePtr renderPlainIcon(int pixels, bool isDark) {
     CairoSurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, pixels, pixels));
-    cairo_t* cr = cairo_create(surface.get());
     const double c = isDark ? 1.0 : 0.0;
-    drawTintedLogo(cr, "MenuBarIcon", 0, 0, pixels, Rgb{c, c, c});
-    cairo_destroy(cr);
+    const CairoPtr cr(cairo_create(surface.get()));
+    drawTintedLogo(cr.get(), "MenuBarIcon", 0, 0, pixels, Rgb{c, c, c});
     return surface;
 }
 

@@ -3,18 +3,12 @@
 // Rendered with Cairo and Pango into an ARGB image at the screen's scale.
 
 #include "model/usage_model.h"
+#include "ui/common/cairo_ptr.h"
 #include "ui/gauges/gauge_theme.h"
 
-#include <cairo.h>
-#include <memory>
 #include <vector>
 
 namespace ostrel {
-
-struct CairoSurfaceDeleter {
-    void operator()(cairo_surface_t* s) const { cairo_surface_destroy(s); }
-};
-using CairoSurfacePtr = std::unique_ptr<cairo_surface_t, CairoSurfaceDeleter>;
 
 // The logo colour for a level on a dark or a light bar.
 Rgb iconColor(UsageLevel level, bool isDark);

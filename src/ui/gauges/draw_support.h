@@ -2,6 +2,7 @@
 // Small bridges from the gauge geometry to GtkSnapshot and Cairo: owning handles for the C objects,
 // path tracing, gradients, and scoped push/pop and save/restore so no node is left open.
 
+#include "ui/common/cairo_ptr.h"
 #include "ui/gauges/gauge_geometry.h"
 #include "ui/gauges/gauge_theme.h"
 
@@ -41,16 +42,6 @@ struct GaugeStyle {
     Rgba secondaryText{0, 0, 0, 0.55};
     std::string fontFamily = "Sans";
 };
-
-struct CairoDeleter {
-    void operator()(cairo_t* cr) const { cairo_destroy(cr); }
-};
-using CairoPtr = std::unique_ptr<cairo_t, CairoDeleter>;
-
-struct PatternDeleter {
-    void operator()(cairo_pattern_t* p) const { cairo_pattern_destroy(p); }
-};
-using PatternPtr = std::unique_ptr<cairo_pattern_t, PatternDeleter>;
 
 struct GradientStop {
     double offset;

@@ -1,4 +1,5 @@
 // The dial: scale, value arc, pulsing tip glow, ticks, trembling needle, hub and end labels.
+#include "async/gobject_ptr.h"
 #include "ui/gauges/gauge_drawing.h"
 #include "ui/gauges/meter_layout.h"
 
@@ -7,13 +8,6 @@
 namespace ostrel {
 
 namespace {
-
-struct PangoLayoutDeleter {
-    void operator()(PangoLayout* l) const { g_object_unref(l); }
-};
-struct FontDescriptionDeleter {
-    void operator()(PangoFontDescription* d) const { pango_font_description_free(d); }
-};
 
 void strokeArc(cairo_t* cr, const MeterLayout& m, double sweep) {
     const Point c = m.dial.centre();
@@ -25,7 +19,7 @@ void strokeArc(cairo_t* cr, const MeterLayout& m, double sweep) {
 }
 
 void showCentredLabel(cairo_t* cr, const char* text, Point centre, const PangoFontDescription* font) {
-    std::unique_ptr<PangoLayout, PangoLayoutDeleter> layout(pango_cairo_create_layout(cr));
+    const GObjectPtr<PangoLayout> layout = adopt(pango_cairo_create_layout(cr));
     pango_layout_set_font_description(layout.get(), font);
     pango_layout_set_text(layout.get(), text, -1);
     PangoRectangle ink;
@@ -91,7 +85,7 @@ void drawMeterGauge(GtkSnapshot* snapshot, const GaugeInputs& in, Size size, con
     setColour(cr.get(), grey(0.82));
     cairo_fill(cr.get());
 
-    std::unique_ptr<PangoFontDescription, FontDescriptionDeleter> font(pango_font_description_new());
+    FontDescriptionPtr font(pango_font_description_new());
     pango_font_description_set_family(font.get(), style.fontFamily.c_str());
     pango_font_description_set_absolute_size(font.get(), m.labelSize * PANGO_SCALE);
     setColour(cr.get(), style.secondaryText);
