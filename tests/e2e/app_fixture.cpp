@@ -9,20 +9,6 @@ namespace ostrel::test {
 
 using namespace std::chrono_literals;
 
-namespace {
-
-Task<GVariantPtr> itemProperty(GDBusConnection* host, std::string busName, std::string property) {
-    auto res = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        g_dbus_connection_call(host, busName.c_str(), "/StatusNotifierItem",
-                               "org.freedesktop.DBus.Properties", "Get",
-                               g_variant_new("(ss)", "org.kde.StatusNotifierItem", property.c_str()), nullptr,
-                               G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, cb, ud);
-    });
-    co_return GVariantPtr(g_dbus_connection_call_finish(host, res.get(), nullptr));
-}
-
-} // namespace
-
 void AppFixture::SetUp() {
     g_setenv("GTK_A11Y", "none", TRUE);
     ASSERT_TRUE(test::startGtk()) << "no display";
@@ -88,13 +74,8 @@ void AppFixture::refresh(ProviderID id) {
 }
 
 std::string AppFixture::trayProperty(const char* name) {
-    GVariantPtr v = runSync(itemProperty(hostBus_.get(), tray_->busName(), name), 10s);
-    if (!v) return "(no answer)";
-    GVariant* inner = nullptr;
-    g_variant_get(v.get(), "(v)", &inner);
-    std::string out = g_variant_get_string(inner, nullptr);
-    g_variant_unref(inner);
-    return out;
+    const std::string value = runSync(trayItemProperty(hostBus_.get(), tray_->busName(), name), 10s);
+    return value.empty() ? "(no answer)" : value;
 }
 
 bool AppFixture::hasCookie(ProviderID id, const std::string& name) {

@@ -18,26 +18,6 @@ using namespace ostrel::test;
 using namespace std::chrono_literals;
 using fake::FakeAnswer;
 
-namespace {
-
-Task<std::string> itemTitle(GDBusConnection* host, std::string busName) {
-    auto res = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        g_dbus_connection_call(host, busName.c_str(), "/StatusNotifierItem",
-                               "org.freedesktop.DBus.Properties", "Get",
-                               g_variant_new("(ss)", "org.kde.StatusNotifierItem", "Title"), nullptr,
-                               G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, cb, ud);
-    });
-    GVariantPtr reply(g_dbus_connection_call_finish(host, res.get(), nullptr));
-    if (!reply) co_return "";
-    GVariant* inner = nullptr;
-    g_variant_get(reply.get(), "(v)", &inner);
-    std::string title = g_variant_get_string(inner, nullptr);
-    g_variant_unref(inner);
-    co_return title;
-}
-
-} // namespace
-
 // The installed program itself, started as a user would, with the services, the tray host and the
 // notification service all stand-ins it cannot tell from the real ones.
 TEST(RealBinary, StartsShowsTheNumbersInTheTrayStaysSingleAndQuitsCleanly) {
@@ -87,7 +67,7 @@ TEST(RealBinary, StartsShowsTheNumbersInTheTrayStaysSingleAndQuitsCleanly) {
     std::string title;
     for (int tries = 0; tries < 150 && title.rfind("Claude", 0) != 0; ++tries) {
         pump(200ms);
-        title = runSync(itemTitle(host.get(), item), 10s);
+        title = runSync(trayItemProperty(host.get(), item, "Title"), 10s);
     }
     EXPECT_EQ(title, "Claude 75% left, resets in 1h 59m") << "the stored login is used at once";
 

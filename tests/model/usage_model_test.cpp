@@ -3,7 +3,6 @@
 #include "support/test_env.h"
 
 #include <gtest/gtest.h>
-#include <sstream>
 
 using namespace ostrel;
 using namespace ostrel::test;
@@ -43,14 +42,6 @@ class UsageModelTest : public ::testing::Test, protected ScriptedModel {
     int changes = 0;
 };
 
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string l; std::getline(in, l);)
-        out.push_back(l);
-    return out;
-}
-
 } // namespace
 
 TEST_F(UsageModelTest, PollRunsAtOnceThenEveryMinuteAndLogsEachRefresh) {
@@ -59,7 +50,7 @@ TEST_F(UsageModelTest, PollRunsAtOnceThenEveryMinuteAndLogsEachRefresh) {
     scripted[ProviderID::codex]->thenThrow(ProviderError::http(500, "chatgpt.test"));
     testing::internal::CaptureStdout();
     model->start();
-    const auto out = lines(testing::internal::GetCapturedStdout());
+    const auto out = splitLines(testing::internal::GetCapturedStdout());
     EXPECT_EQ(out, (std::vector<std::string>{
                        "[Ostrel] Refreshing Claude…", "[Ostrel] Claude OK, main: 70% left",
                        "[Ostrel] Refreshing Cursor…", "[Ostrel] Cursor OK, main: none",

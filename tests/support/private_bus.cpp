@@ -1,5 +1,7 @@
 #include "support/private_bus.h"
 
+#include "async/loop.h"
+
 #include <string>
 
 namespace ostrel::test {
@@ -23,6 +25,22 @@ GObjectPtr<GDBusConnection> PrivateBus::connect() const {
         static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
         nullptr, nullptr, nullptr));
+}
+
+Task<std::string> trayItemProperty(GDBusConnection* host, std::string busName, std::string property) {
+    auto res = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
+        g_dbus_connection_call(host, busName.c_str(), "/StatusNotifierItem",
+                               "org.freedesktop.DBus.Properties", "Get",
+                               g_variant_new("(ss)", "org.kde.StatusNotifierItem", property.c_str()), nullptr,
+                               G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, cb, ud);
+    });
+    GVariantPtr reply(g_dbus_connection_call_finish(host, res.get(), nullptr));
+    if (!reply) co_return "";
+    GVariant* inner = nullptr;
+    g_variant_get(reply.get(), "(v)", &inner);
+    std::string value = g_variant_get_string(inner, nullptr);
+    g_variant_unref(inner);
+    co_return value;
 }
 
 } // namespace ostrel::test

@@ -3,8 +3,10 @@
 // app's, a desktop service's), torn down with the test.
 
 #include "async/gobject_ptr.h"
+#include "async/task.h"
 
 #include <gio/gio.h>
+#include <string>
 
 namespace ostrel::test {
 
@@ -22,5 +24,9 @@ class PrivateBus {
   private:
     GObjectPtr<GTestDBus> bus_;
 };
+
+// A string property of the tray item exported by `busName`, as a tray host reads it; "" when the
+// item does not answer.
+Task<std::string> trayItemProperty(GDBusConnection* host, std::string busName, std::string property);
 
 } // namespace ostrel::test

@@ -4,6 +4,7 @@
 
 #include <gio/gio.h>
 #include <glib/gstdio.h>
+#include <sstream>
 #include <stdexcept>
 
 namespace ostrel::test {
@@ -55,6 +56,14 @@ void writeFile(const std::string& path, const std::string& contents) {
 
 bool fileExists(const std::string& path) {
     return g_file_test(path.c_str(), G_FILE_TEST_EXISTS);
+}
+
+std::vector<std::string> splitLines(const std::string& text) {
+    std::vector<std::string> out;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);)
+        out.push_back(line);
+    return out;
 }
 
 } // namespace ostrel::test

@@ -2,6 +2,7 @@
 // A private temporary folder per test, removed with everything in it when the test ends.
 
 #include <string>
+#include <vector>
 
 namespace ostrel::test {
 
@@ -21,5 +22,8 @@ class TempDir {
 std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& contents);
 bool fileExists(const std::string& path);
+
+// `text` cut at its line ends, without them (what a test captured from standard output).
+std::vector<std::string> splitLines(const std::string& text);
 
 } // namespace ostrel::test

@@ -1,10 +1,10 @@
 #include "fake_claude.h"
 #include "model/usage.h"
+#include "support/test_env.h"
 #include "web_fixture.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 using namespace ostrel;
 using namespace ostrel::test;
@@ -13,14 +13,6 @@ using fake::FakeAnswer;
 using fake::FakeClaude;
 
 namespace {
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string l; std::getline(in, l);)
-        out.push_back(l);
-    return out;
-}
 
 class WebSessionTest : public WebFixture {
   protected:
@@ -85,7 +77,7 @@ TEST_F(WebSessionTest, LoginThroughTheFormThenFetchThroughThePage) {
     HttpResult r = get(usageURL(), {}, logged);
     EXPECT_EQ(r.code, 200);
     EXPECT_TRUE(nlohmann::json::parse(r.body).contains("limits"));
-    const auto out = lines(logged);
+    const auto out = splitLines(logged);
     ASSERT_EQ(out.size(), 3u) << logged;
     EXPECT_EQ(out[0], "[Ostrel][127.0.0.2] GET " + usageURL());
     EXPECT_EQ(out[1],
@@ -120,7 +112,7 @@ TEST_F(WebSessionTest, BrokenPageFallsBackToTheDirectRouteWithTheCookies) {
     std::string logged;
     HttpResult r = get(usageURL(), {}, logged);
     EXPECT_EQ(r.code, 200);
-    const auto out = lines(logged);
+    const auto out = splitLines(logged);
     ASSERT_EQ(out.size(), 4u) << logged;
     EXPECT_EQ(out[0].rfind("[Ostrel][127.0.0.2] GET ", 0), 0u);
     EXPECT_EQ(out[1].rfind("[Ostrel][127.0.0.2] Page ready: ", 0), 0u);
