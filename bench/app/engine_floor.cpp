@@ -1,7 +1,7 @@
 // The web engine on its own, for comparison with the app's memory: a GTK process holding three
 // hidden, related web views of a one-line page, and nothing of ours. The app benchmark starts it
 // and measures it exactly as it measures the app; it runs until it is killed.
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 
 #include <gtk/gtk.h>
 #include <vector>

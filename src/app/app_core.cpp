@@ -13,7 +13,7 @@ AppCore::AppCore(Options options, Clock& clock)
       web_(options.webDataDir.empty()
                ? std::make_unique<WebContext>()
                : std::make_unique<WebContext>(options.webDataDir, options.webCacheDir)),
-      notifier_(options.bus) {
+      notifier_(options.bus), feedbackEndpoint_(options.services.feedback.url("/api/feedback")) {
     const ServiceConfig& s = options.services;
     auto session = [&](ProviderID id, const ServiceEndpoint& e, const char* home,
                        std::vector<std::string> domains) {

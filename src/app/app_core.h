@@ -38,11 +38,14 @@ class AppCore {
     LoginWindow& loginWindow() { return login_; }
     // The web session of a service (for the demo, which logs its accounts in).
     WebSession& session(ProviderID id);
+    // Where the feedback form posts: the configured feedback service's "/api/feedback".
+    const std::string& feedbackEndpoint() const { return feedbackEndpoint_; }
 
   private:
     std::unique_ptr<AppSettings> settings_;
     std::unique_ptr<WebContext> web_;
     UsageNotifier notifier_;
+    std::string feedbackEndpoint_;
     LoginWindow login_;
     std::map<ProviderID, WebSession*> sessions_; // owned by the providers inside the model
     std::unique_ptr<UsageModel> model_;

@@ -40,7 +40,6 @@ Demo::Demo() : start_(std::chrono::system_clock::now()) {
     services_.feedback = *ServiceEndpoint::parse(feedback_.origin());
     services_.chatgptAccountDomain = chatgpt_.accountHost();
     services_.cursorOlderDomain = "127.0.0.7"; // nothing lives there; it only needs to be someone else's
-    g_setenv("OSTREL_FEEDBACK_URL", feedback_.origin().c_str(), TRUE);
     GCharPtr folder(g_dir_make_tmp("ostrel-demo-XXXXXX", nullptr));
     folder_ = folder ? folder.get() : "";
     showUsageAt(0s);

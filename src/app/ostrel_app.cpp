@@ -54,13 +54,14 @@ void OstrelApp::on_startup() {
     core_ = std::make_unique<AppCore>(options, clock_);
 
     UsageModel& model = core_->model();
-    appearance_ = std::make_unique<Appearance>(bus, [&model] { model.updateMenuBarAppearance(); });
+    appearance_ = std::make_unique<TrayAppearance>(bus, [&model] { model.updateTrayAppearance(); });
     model.setAppearanceSource([this] { return appearance_->barIsDark(); });
 
-    panel_ = std::make_unique<PanelWindow>(model, [this] { quit(); });
+    panel_ = std::make_unique<PanelWindow>(
+        model, [this] { quit(); }, core_->feedbackEndpoint());
     add_window(*panel_);
 
-    StatusNotifierItem::Actions actions;
+    TrayItem::Actions actions;
     actions.activate = [this](int x, int y) {
         if (x == 0 && y == 0)
             openPanel();
@@ -71,11 +72,10 @@ void OstrelApp::on_startup() {
     actions.quit = [this] { quit(); };
     const char* style = g_getenv("OSTREL_TRAY_ITEMS");
     if (style && std::strcmp(style, "per-service") == 0) {
-        serviceItems_ = std::make_unique<ServiceTrayItems>(model, [bus, actions](int index) {
-            return std::make_unique<StatusNotifierItem>(bus, actions, index);
-        });
+        serviceItems_ = std::make_unique<ServiceTrayItems>(
+            model, [bus, actions](int index) { return std::make_unique<TrayItem>(bus, actions, index); });
     } else {
-        tray_ = std::make_unique<StatusNotifierItem>(bus, std::move(actions));
+        tray_ = std::make_unique<TrayItem>(bus, std::move(actions));
         presenter_ = std::make_unique<TrayPresenter>(model, *tray_);
     }
 

@@ -4,11 +4,11 @@
 // stand-in services with demo accounts.
 
 #include "app/app_core.h"
-#include "app/appearance.h"
 #include "app/demo.h"
-#include "app/service_tray_items.h"
-#include "app/status_notifier_item.h"
-#include "app/tray_presenter.h"
+#include "tray/service_tray_items.h"
+#include "tray/tray_appearance.h"
+#include "tray/tray_item.h"
+#include "tray/tray_presenter.h"
 
 #include <gtkmm/application.h>
 #include <memory>
@@ -39,8 +39,8 @@ class OstrelApp : public Gtk::Application {
     SystemClock clock_;
     std::unique_ptr<Demo> demo_;
     std::unique_ptr<AppCore> core_;
-    std::unique_ptr<Appearance> appearance_;
-    std::unique_ptr<StatusNotifierItem> tray_;
+    std::unique_ptr<TrayAppearance> appearance_;
+    std::unique_ptr<TrayItem> tray_;
     std::unique_ptr<TrayPresenter> presenter_;
     std::unique_ptr<ServiceTrayItems> serviceItems_; // instead of the two above, one item per service
     std::unique_ptr<PanelWindow> panel_;

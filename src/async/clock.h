@@ -4,14 +4,13 @@
 // in milliseconds without sleeping.
 
 #include "async/task.h"
+#include "base/time.h"
 
 #include <chrono>
 #include <coroutine>
 #include <map>
 
 namespace ostrel {
-
-using TimePoint = std::chrono::system_clock::time_point;
 
 class Clock {
   public:

@@ -3,8 +3,8 @@
 // events. Every wait here can be bounded: sleeps by their duration, GIO calls by a Deadline that
 // cancels their GCancellable.
 
-#include "async/gobject_ptr.h"
 #include "async/task.h"
+#include "base/gobject_ptr.h"
 
 #include <chrono>
 #include <coroutine>

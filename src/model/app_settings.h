@@ -3,9 +3,9 @@
 // assignment is saved at once with an atomic replace; nothing is written before the first one. A
 // file that cannot be read gives the defaults and is kept (as settings.ini.bad) when first replaced.
 
-#include "async/gobject_ptr.h"
-#include "model/usage.h"
-#include "ui/gauges/gauge_theme.h"
+#include "base/gauge_theme_id.h"
+#include "base/gobject_ptr.h"
+#include "base/usage.h"
 
 #include <set>
 #include <sigc++/signal.h>

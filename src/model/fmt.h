@@ -1,7 +1,7 @@
 #pragma once
 // The two formatters every displayed figure goes through.
 
-#include "async/clock.h"
+#include "base/time.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 #pragma once
 // What the model knows about one service.
 
-#include "model/usage.h"
+#include "base/usage.h"
 
 #include <optional>
 #include <set>

@@ -1,7 +1,7 @@
 #pragma once
 // Locale-aware times of day, from ICU's locale data (the locale comes from the environment).
 
-#include "async/clock.h"
+#include "base/time.h"
 
 #include <string>
 

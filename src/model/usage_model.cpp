@@ -54,7 +54,7 @@ UsageModel::~UsageModel() {
 }
 
 void UsageModel::start() {
-    updateMenuBarAppearance();
+    updateTrayAppearance();
     spawn(pollLoop(*this, clock_, alive_));
     spawn(tickLoop(*this, clock_, alive_));
 }
@@ -171,7 +171,7 @@ void UsageModel::store(ProviderID id, ProviderState s) {
 
 Task<void> UsageModel::tick() {
     now_ = clock_.now();
-    updateMenuBarAppearance();
+    updateTrayAppearance();
     changed.emit();
     for (ProviderID id : activeProviders()) {
         const ProviderState s = state(id);
@@ -204,8 +204,8 @@ Task<void> UsageModel::logOut(ProviderID id) {
     store(id, std::move(s));
 }
 
-std::vector<MenuBarItem> UsageModel::menuBarItems() const {
-    std::vector<MenuBarItem> items;
+std::vector<TrayEntry> UsageModel::trayEntries() const {
+    std::vector<TrayEntry> items;
     for (ProviderID id : activeProviders()) {
         const ProviderState s = state(id);
         if (s.needsLogin || !s.snapshot || !s.snapshot->main) continue;
@@ -218,27 +218,27 @@ std::vector<MenuBarItem> UsageModel::menuBarItems() const {
     return items;
 }
 
-std::string spokenText(const MenuBarItem& item) {
+std::string spokenText(const TrayEntry& item) {
     static const std::string dot = " · ";
     std::string text = item.text;
     if (auto at = text.find(dot); at != std::string::npos) text.replace(at, dot.size(), " left, resets in ");
     return std::string(displayName(item.id)) + " " + text;
 }
 
-std::string UsageModel::menuBarAccessibilityText() const {
-    const std::vector<MenuBarItem> items = menuBarItems();
+std::string UsageModel::trayAccessibilityText() const {
+    const std::vector<TrayEntry> items = trayEntries();
     if (items.empty()) return "Ostrel";
     std::string out;
-    for (const MenuBarItem& item : items)
+    for (const TrayEntry& item : items)
         out += (out.empty() ? "" : ", ") + spokenText(item);
     return out;
 }
 
-void UsageModel::updateMenuBarAppearance() {
+void UsageModel::updateTrayAppearance() {
     if (!appearance_) return;
     const std::optional<bool> dark = appearance_();
-    if (dark && *dark != isDarkMenuBar_) {
-        isDarkMenuBar_ = *dark;
+    if (dark && *dark != isDarkTray_) {
+        isDarkTray_ = *dark;
         changed.emit();
     }
 }

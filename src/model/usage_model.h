@@ -7,6 +7,7 @@
 #include "async/clock.h"
 #include "async/loop.h"
 #include "model/app_settings.h"
+#include "model/login_host.h"
 #include "model/provider_state.h"
 #include "providers/usage_provider.h"
 
@@ -21,23 +22,15 @@ namespace ostrel {
 
 // One entry of the tray label: a service's logo tinted by level, and its text ("42%" or
 // "42% · 2h 5m").
-struct MenuBarItem {
+struct TrayEntry {
     ProviderID id;
     std::string text;
     UsageLevel level;
-    bool operator==(const MenuBarItem&) const = default;
+    bool operator==(const TrayEntry&) const = default;
 };
 
 // How a screen reader says one item: "Claude 42% left, resets in 2h 5m", or "Codex 80%".
-std::string spokenText(const MenuBarItem& item);
-
-// Shows a service's own login page to the user; calls `onClose` when the user closes it.
-class LoginHost {
-  public:
-    virtual ~LoginHost() = default;
-    virtual void show(ProviderID id, UsageProvider& provider) = 0;
-    std::function<void(ProviderID)> onClose;
-};
+std::string spokenText(const TrayEntry& item);
 
 class UsageModel {
   public:
@@ -61,7 +54,7 @@ class UsageModel {
     TimePoint now() const { return now_; }
     // Whether any fetch is under way.
     bool isRefreshing() const { return !inFlight_.empty(); }
-    bool isDarkMenuBar() const { return isDarkMenuBar_; }
+    bool isDarkTray() const { return isDarkTray_; }
     AppSettings& settings() { return settings_; }
     UsageProvider* provider(ProviderID id) const;
 
@@ -75,13 +68,13 @@ class UsageModel {
     Task<void> tick();
 
     // Every tracked, logged-in service that has a main limit, in service order.
-    std::vector<MenuBarItem> menuBarItems() const;
+    std::vector<TrayEntry> trayEntries() const;
     // What a screen reader says for the label: "Claude 42% left, resets in 2h 5m, Codex 80%".
-    std::string menuBarAccessibilityText() const;
+    std::string trayAccessibilityText() const;
 
     // Where the bar's darkness comes from; no answer keeps the current value.
     void setAppearanceSource(std::function<std::optional<bool>()> source) { appearance_ = std::move(source); }
-    void updateMenuBarAppearance();
+    void updateTrayAppearance();
 
     // Emitted once per published change: a refresh's result, a tick, a settings or appearance change.
     sigc::signal<void()> changed;
@@ -99,7 +92,7 @@ class UsageModel {
     std::map<ProviderID, ProviderState> states_;
     std::map<ProviderID, std::shared_ptr<AsyncEvent>> inFlight_;
     TimePoint now_;
-    bool isDarkMenuBar_ = true;
+    bool isDarkTray_ = true;
     std::function<std::optional<bool>()> appearance_;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
     std::vector<sigc::connection> connections_;

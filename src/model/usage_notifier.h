@@ -4,8 +4,8 @@
 // notification is new (none replaces another); every failure is silent, including having no
 // notification service or no session bus at all.
 
-#include "async/gobject_ptr.h"
 #include "async/loop.h"
+#include "base/gobject_ptr.h"
 #include "model/provider_state.h"
 
 #include <gio/gio.h>

@@ -2,6 +2,7 @@
 // Claude: discovers the user's organization, then reads its usage endpoint. Two answer formats are
 // read: a "limits" list, and an earlier one with fixed "five_hour" and "seven_day" members.
 
+#include "async/clock.h"
 #include "providers/service_config.h"
 #include "providers/usage_provider.h"
 

@@ -1,6 +1,6 @@
 #include "providers/codex_provider.h"
 
-#include "model/service_date.h"
+#include "base/service_date.h"
 #include "providers/json_util.h"
 
 #include <charconv>

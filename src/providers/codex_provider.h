@@ -3,6 +3,7 @@
 // site's session endpoint and is sent as a bearer token to the usage endpoint. The token is kept
 // for a quarter of an hour, and a rejected one is replaced once per fetch.
 
+#include "async/clock.h"
 #include "providers/service_config.h"
 #include "providers/usage_provider.h"
 

@@ -1,6 +1,6 @@
 #include "providers/cursor_provider.h"
 
-#include "model/service_date.h"
+#include "base/service_date.h"
 #include "providers/json_util.h"
 
 #include <charconv>

@@ -3,6 +3,7 @@
 // the plan's pools) that resets with the billing cycle, with the cycle's on-demand spending as a
 // note. A missing session cookie means logged out, known without asking the service.
 
+#include "async/clock.h"
 #include "providers/service_config.h"
 #include "providers/usage_provider.h"
 

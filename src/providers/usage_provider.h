@@ -1,8 +1,8 @@
 #pragma once
 // The contract every service's provider fulfils.
 
-#include "model/usage.h"
-#include "web/web_client.h"
+#include "base/usage.h"
+#include "providers/web_client.h"
 
 #include <string>
 

@@ -3,8 +3,8 @@
 // (the very view its web session uses). One window serves every service, one at a time; closing
 // only hides it, and tells the model which service it showed.
 
-#include "async/gobject_ptr.h"
-#include "model/usage_model.h"
+#include "base/gobject_ptr.h"
+#include "model/login_host.h"
 
 #include <gtk/gtk.h>
 #include <optional>

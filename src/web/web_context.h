@@ -3,8 +3,8 @@
 // $XDG_DATA_HOME/ostrel/web, cache under $XDG_CACHE_HOME/ostrel/web, folders mode 0700), and the
 // HTTP session of the direct route. Created once per run, after GTK is initialised.
 
-#include "async/gobject_ptr.h"
 #include "async/task.h"
+#include "base/gobject_ptr.h"
 
 #include <libsoup/soup.h>
 #include <string>

@@ -1,7 +1,7 @@
 #include "web/web_session.h"
 
 #include "async/loop.h"
-#include "model/usage.h"
+#include "base/usage.h"
 
 #include <cstdio>
 #include <nlohmann/json.hpp>

@@ -3,8 +3,8 @@
 // requests are made from inside that page with the page's cookies and origin; when that fails, a
 // direct request carrying the session's cookies. The same view is what the login window shows.
 
-#include "async/gobject_ptr.h"
-#include "web/web_client.h"
+#include "base/gobject_ptr.h"
+#include "providers/web_client.h"
 #include "web/web_context.h"
 
 #include <chrono>

@@ -4,8 +4,6 @@
 // and a fake tray host listen. Tests drive it from the outside and look at what a user would see.
 
 #include "app/app_core.h"
-#include "app/status_notifier_item.h"
-#include "app/tray_presenter.h"
 #include "fake_chatgpt.h"
 #include "fake_claude.h"
 #include "fake_cursor.h"
@@ -14,6 +12,8 @@
 #include "support/loop.h"
 #include "support/private_bus.h"
 #include "support/test_env.h"
+#include "tray/tray_item.h"
+#include "tray/tray_presenter.h"
 
 #include <gtest/gtest.h>
 #include <memory>
@@ -54,7 +54,7 @@ class AppFixture : public ::testing::Test {
     fake::FakeChatGPT chatgpt_;
     SystemClock systemClock_;
     std::unique_ptr<AppCore> core_;
-    std::unique_ptr<StatusNotifierItem> tray_;
+    std::unique_ptr<TrayItem> tray_;
     std::unique_ptr<TrayPresenter> presenter_;
     std::string log_; // everything the app wrote to standard output during refreshes
 };

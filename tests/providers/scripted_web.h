@@ -3,9 +3,9 @@
 // exercised against the fake services in tests/web.
 
 #include "async/loop.h"
-#include "model/usage.h"
+#include "base/usage.h"
 #include "providers/service_config.h"
-#include "web/web_client.h"
+#include "providers/web_client.h"
 
 #include <deque>
 #include <functional>

@@ -2,8 +2,8 @@
 // A private D-Bus session bus for one test, with as many connections to it as the test needs (the
 // app's, a desktop service's), torn down with the test.
 
-#include "async/gobject_ptr.h"
 #include "async/task.h"
+#include "base/gobject_ptr.h"
 
 #include <gio/gio.h>
 #include <string>

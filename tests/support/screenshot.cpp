@@ -1,6 +1,6 @@
 #include "support/screenshot.h"
 
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 
 #include <glib/gstdio.h>
 

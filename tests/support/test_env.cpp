@@ -1,6 +1,6 @@
 #include "support/test_env.h"
 
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 
 #include <gio/gio.h>
 #include <glib/gstdio.h>

@@ -1,6 +1,6 @@
 #include "web_fixture.h"
 
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 #include "support/display.h"
 
 namespace ostrel::test {

@@ -1,5 +1,5 @@
+#include "base/usage.h"
 #include "fake_claude.h"
-#include "model/usage.h"
 #include "support/test_env.h"
 #include "web_fixture.h"
 

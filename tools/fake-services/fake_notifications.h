@@ -2,7 +2,7 @@
 // A stand-in for the desktop's notification service on a D-Bus connection: it owns
 // org.freedesktop.Notifications and records every call.
 
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 
 #include <gio/gio.h>
 #include <string>

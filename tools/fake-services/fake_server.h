@@ -4,7 +4,7 @@
 // host, not a port. Routes answer with FakeAnswer values that a test can change at any time.
 
 #include "async/clock.h"
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 
 #include <chrono>
 #include <functional>

@@ -2,7 +2,7 @@
 // A stand-in for the desktop's tray host: owns org.kde.StatusNotifierWatcher on a D-Bus connection
 // and records which items registered.
 
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 
 #include <gio/gio.h>
 #include <string>

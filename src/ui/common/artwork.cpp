@@ -1,6 +1,6 @@
 #include "ui/common/artwork.h"
 
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 #include <gio/gio.h>

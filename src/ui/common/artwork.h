@@ -2,7 +2,7 @@
 // The application's pictures (service logos, the tray icon, the coffee cup, the info mark), bundled
 // as resources. All are single-colour drawings meant to be tinted, like template images.
 
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 
 #include <gdkmm/pixbuf.h>
 #include <string>

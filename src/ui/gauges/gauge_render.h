@@ -2,7 +2,7 @@
 // Drawing a gauge away from any window: recording it into a render node and rasterising that with
 // the CPU renderer. Screenshots and the benchmark use it; previews could too.
 
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 #include "ui/gauges/draw_support.h"
 #include "ui/gauges/gauge_theme.h"
 

@@ -1,5 +1,5 @@
 // The dial: scale, value arc, pulsing tip glow, ticks, trembling needle, hub and end labels.
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 #include "ui/gauges/gauge_drawing.h"
 #include "ui/gauges/meter_layout.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 // One secondary limit in one caption-sized line: "Weekly: 63% left · Resets Thu 9:30 PM".
 
-#include "model/usage.h"
+#include "base/usage.h"
 
 #include <gtkmm/box.h>
 #include <gtkmm/label.h>

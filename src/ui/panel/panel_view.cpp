@@ -17,8 +17,9 @@
 
 namespace ostrel {
 
-PanelView::PanelView(UsageModel& model, std::function<void()> quit)
+PanelView::PanelView(UsageModel& model, std::function<void()> quit, std::string feedbackEndpoint)
     : Glib::ObjectBase("OstrelPanelView"), model_(model), quit_(std::move(quit)),
+      feedbackEndpoint_(std::move(feedbackEndpoint)),
       header_([this] { goBack(); }, [this] { setScreen(PanelScreen::settings); }) {
     set_name("panel");
     PanelStyle::apply(*this);
@@ -124,7 +125,7 @@ std::unique_ptr<Gtk::Widget> PanelView::makeScreen(PanelScreen screen) {
     case PanelScreen::supportQR:
         return std::make_unique<SupportQRView>(supportAmount_);
     case PanelScreen::feedback:
-        return std::make_unique<FeedbackView>();
+        return std::make_unique<FeedbackView>(feedbackEndpoint_);
     }
     return std::make_unique<MainScreen>(model_);
 }

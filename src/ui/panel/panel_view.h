@@ -22,8 +22,9 @@ class PanelView : public Gtk::Widget {
     static constexpr int width = 300;
     static constexpr int padding = 12;
 
-    // `quit` ends the application ("Quit Ostrel" and Ctrl+Q on the settings screen).
-    PanelView(UsageModel& model, std::function<void()> quit);
+    // `quit` ends the application ("Quit Ostrel" and Ctrl+Q on the settings screen);
+    // `feedbackEndpoint` is where the feedback form posts.
+    PanelView(UsageModel& model, std::function<void()> quit, std::string feedbackEndpoint);
     ~PanelView() override;
     PanelView(const PanelView&) = delete;
     PanelView& operator=(const PanelView&) = delete;
@@ -63,6 +64,7 @@ class PanelView : public Gtk::Widget {
 
     UsageModel& model_;
     std::function<void()> quit_;
+    std::string feedbackEndpoint_; // where the feedback form posts
     PanelScreen screen_ = PanelScreen::main;
     double supportAmount_ = 100;
     Gtk::Box column_{Gtk::Orientation::VERTICAL, 14};

@@ -5,7 +5,8 @@
 
 namespace ostrel {
 
-PanelWindow::PanelWindow(UsageModel& model, std::function<void()> quit) : view_(model, std::move(quit)) {
+PanelWindow::PanelWindow(UsageModel& model, std::function<void()> quit, std::string feedbackEndpoint)
+    : view_(model, std::move(quit), std::move(feedbackEndpoint)) {
     set_title("Ostrel");
     set_decorated(false);
     set_resizable(false); // the window follows the content's height as screens change

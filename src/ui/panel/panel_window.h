@@ -18,7 +18,7 @@ class PanelWindow : public Gtk::Window {
     // Root coordinates of the click that opened the panel.
     using Pointer = std::optional<std::pair<int, int>>;
 
-    PanelWindow(UsageModel& model, std::function<void()> quit);
+    PanelWindow(UsageModel& model, std::function<void()> quit, std::string feedbackEndpoint);
     ~PanelWindow() override;
     PanelWindow(const PanelWindow&) = delete;
     PanelWindow& operator=(const PanelWindow&) = delete;

@@ -1,7 +1,7 @@
 #pragma once
 // A service's logo as a template image (ArtworkImage), in the text colour.
 
-#include "model/usage.h"
+#include "base/usage.h"
 #include "ui/common/artwork_image.h"
 
 #include <gtkmm/widget.h>

@@ -2,7 +2,7 @@
 // The segmented row of service logos on the main screen. The selection highlight is one shape that
 // slides and resizes from the old tab to the new one on a spring, instead of appearing anew.
 
-#include "model/usage.h"
+#include "base/usage.h"
 #include "ui/panel/provider_logo.h"
 #include "ui/panel/spring.h"
 

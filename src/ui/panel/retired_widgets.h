@@ -3,7 +3,7 @@
 // picture it sits in, a settings row that changes the screen) must outlive that handler. They are
 // kept here and released once the main loop is idle again.
 
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 
 #include <gtkmm/widget.h>
 #include <memory>

@@ -1,5 +1,6 @@
 #include "ui/panel/settings_view.h"
 
+#include "ui/gauges/gauge_theme.h"
 #include "ui/panel/panel_actions.h"
 
 #include <gtkmm/shortcutaction.h>

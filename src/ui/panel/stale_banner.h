@@ -2,7 +2,7 @@
 // Warns that the numbers on screen come from an earlier successful refresh: when they were
 // fetched, what went wrong since (as the tooltip), and a "Retry" link.
 
-#include "async/clock.h"
+#include "base/time.h"
 #include "ui/panel/symbol.h"
 
 #include <functional>

@@ -1,6 +1,6 @@
 #include "ui/panel/x11_placement.h"
 
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 
 // X11's headers define macros (None, Status, True...) that must come after every C++ header.
 #include <gdk/x11/gdkx.h>

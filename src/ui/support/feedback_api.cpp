@@ -1,8 +1,7 @@
 #include "ui/support/feedback_api.h"
 
-#include "async/gobject_ptr.h"
 #include "async/loop.h"
-#include "providers/service_config.h"
+#include "base/gobject_ptr.h"
 
 #include <libsoup/soup.h>
 #include <nlohmann/json.hpp>
@@ -31,14 +30,6 @@ std::string serverFailure(GBytes* body) {
 }
 
 } // namespace
-
-std::string endpoint() {
-    return ServiceConfig::fromEnvironment().feedback.url("/api/feedback");
-}
-
-Task<void> send(std::string message, std::string email) {
-    co_await send(endpoint(), std::move(message), std::move(email), timeout);
-}
 
 Task<void> send(std::string url, std::string message, std::string email, std::chrono::milliseconds bound) {
     GObjectPtr<SoupMessage> msg = adopt(soup_message_new(SOUP_METHOD_POST, url.c_str()));

@@ -27,14 +27,10 @@ inline constexpr std::chrono::milliseconds timeout = std::chrono::seconds(60);
 inline constexpr const char* genericFailure = "Something went wrong. Try again later.";
 inline constexpr const char* timedOut = "The request timed out.";
 
-// The configured service's "/api/feedback" (HTTPS by default; OSTREL_FEEDBACK_URL overrides the base).
-std::string endpoint();
-
-// POSTs {"message": message, "email": email} as application/json to endpoint(). Returns on a 2xx
-// answer; throws SendError otherwise. Both texts are sent exactly as given.
-Task<void> send(std::string message, std::string email);
-
-// The same against an explicit URL and time bound (tests use short bounds).
-Task<void> send(std::string url, std::string message, std::string email, std::chrono::milliseconds bound);
+// POSTs {"message": message, "email": email} as application/json to `url` (the feedback service's
+// "/api/feedback"). Returns on a 2xx answer within `bound`; throws SendError otherwise. Both texts
+// are sent exactly as given.
+Task<void> send(std::string url, std::string message, std::string email,
+                std::chrono::milliseconds bound = timeout);
 
 } // namespace ostrel::FeedbackAPI

@@ -8,7 +8,8 @@
 
 namespace ostrel {
 
-FeedbackView::FeedbackView() : Glib::ObjectBase("OstrelFeedbackView") {
+FeedbackView::FeedbackView(std::string endpoint)
+    : Glib::ObjectBase("OstrelFeedbackView"), endpoint_(std::move(endpoint)) {
     SupportStyle::apply(*this);
 
     intro_.set_text("Bug, idea, or just a thought \u2014 I read all of these.");
@@ -98,14 +99,14 @@ FeedbackView::FeedbackView() : Glib::ObjectBase("OstrelFeedbackView") {
 void FeedbackView::send() {
     if (!sendButton_.get_sensitive()) return;
     setStatus({Status::Kind::sending, {}});
-    spawn(deliver(alive_, this, message_, email_));
+    spawn(deliver(alive_, this, endpoint_, message_, email_));
 }
 
-Task<void> FeedbackView::deliver(std::weak_ptr<int> alive, FeedbackView* view, std::string message,
-                                 std::string email) {
+Task<void> FeedbackView::deliver(std::weak_ptr<int> alive, FeedbackView* view, std::string endpoint,
+                                 std::string message, std::string email) {
     Status outcome{Status::Kind::sent, {}};
     try {
-        co_await FeedbackAPI::send(std::move(message), std::move(email));
+        co_await FeedbackAPI::send(std::move(endpoint), std::move(message), std::move(email));
     } catch (const std::exception& e) {
         outcome = {Status::Kind::failed, e.what()};
     }

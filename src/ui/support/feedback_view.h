@@ -28,7 +28,8 @@ class FeedbackView : public ScreenBox {
         bool operator==(const Status&) const = default;
     };
 
-    FeedbackView();
+    // `endpoint`: where the form is posted, the feedback service's "/api/feedback".
+    explicit FeedbackView(std::string endpoint);
 
     const Status& status() const { return status_; }
     const std::string& message() const { return message_; }
@@ -40,9 +41,10 @@ class FeedbackView : public ScreenBox {
     void setStatus(Status status);
     void refresh();
     // Runs the request; `alive` tells whether the view still exists when the answer comes.
-    static Task<void> deliver(std::weak_ptr<int> alive, FeedbackView* view, std::string message,
-                              std::string email);
+    static Task<void> deliver(std::weak_ptr<int> alive, FeedbackView* view, std::string endpoint,
+                              std::string message, std::string email);
 
+    std::string endpoint_;
     std::string message_;
     std::string email_;
     Status status_;

@@ -1,6 +1,6 @@
 // Renders every gauge off-screen into PNG files under the build folder for a reviewer to look at,
 // and probes a few pixels where a drawing fault would show.
-#include "model/usage.h"
+#include "base/usage.h"
 #include "support/display.h"
 #include "ui/gauges/candle_layout.h"
 #include "ui/gauges/gauge_drawing.h"

@@ -1,3 +1,4 @@
+#include "ui/gauges/gauge_theme.h"
 #include "ui/gauges/liquid_layout.h"
 
 #include <algorithm>
@@ -113,4 +114,9 @@ TEST(LiquidLayout, BubbleGlowsMoreWhenFullerAndBobsMoreUnderThePointer) {
     const double hovered = bubbleLayout({0.5, UsageLevel::high, peak, 1}, {130, 130}).bob;
     EXPECT_GT(calm, 0);
     EXPECT_GT(hovered, 2 * calm);
+}
+
+TEST(GaugeTheme, LiquidColoursShareAmberBetweenMediumAndHigh) {
+    EXPECT_EQ(liquidColors(UsageLevel::medium), liquidColors(UsageLevel::high));
+    EXPECT_NE(liquidColors(UsageLevel::low), liquidColors(UsageLevel::veryHigh));
 }

@@ -31,7 +31,8 @@ class PanelScreenshots : public ::testing::TestWithParam<bool> {
         m.provider(cursor).thenThrow(ProviderError::needsLogin());
         m.provider(codex).thenThrow(ProviderError::http(503, "chatgpt.test"));
 
-        window = std::make_unique<PanelWindow>(*m.model, [] {});
+        window = std::make_unique<PanelWindow>(
+            *m.model, [] {}, "");
         window->setHidesOnFocusLoss(false);
         window->popup();
         settle();
@@ -74,7 +75,8 @@ TEST_P(PanelScreenshots, MainScreenPictures) {
     PanelModel fresh;
     fresh.provider(claude).gate = std::make_shared<AsyncEvent>(); // the first fetch stays open
     fresh.settings.setEnabled({claude, cursor});
-    PanelWindow checking(*fresh.model, [] {});
+    PanelWindow checking(
+        *fresh.model, [] {}, "");
     checking.setHidesOnFocusLoss(false);
     checking.popup();
     settle();

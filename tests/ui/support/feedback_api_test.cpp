@@ -103,16 +103,3 @@ TEST(FeedbackAPI, GivesUpWhenTheBoundPasses) {
     EXPECT_EQ(failure->text, FeedbackAPI::timedOut);
     EXPECT_LT(took, 3s);
 }
-
-TEST(FeedbackAPI, UsesTheConfiguredFeedbackHost) {
-    g_unsetenv("OSTREL_FEEDBACK_URL");
-    EXPECT_EQ(FeedbackAPI::endpoint().rfind("https://", 0), 0u);
-
-    fake::FakeFeedback service;
-    g_setenv("OSTREL_FEEDBACK_URL", service.origin().c_str(), TRUE);
-    EXPECT_EQ(FeedbackAPI::endpoint(), service.origin() + "/api/feedback");
-    EXPECT_NO_THROW(runSync(FeedbackAPI::send("hi", "a@b.c"), 30s));
-    ASSERT_EQ(service.received().size(), 1u);
-    EXPECT_EQ(nlohmann::json::parse(service.received()[0].body).at("email"), "a@b.c");
-    g_unsetenv("OSTREL_FEEDBACK_URL");
-}

@@ -31,14 +31,12 @@ class FeedbackViewTest : public ::testing::Test {
   protected:
     void SetUp() override {
         ASSERT_TRUE(test::startGtk()) << "no display";
-        g_setenv("OSTREL_FEEDBACK_URL", service.origin().c_str(), TRUE);
-        view = std::make_unique<FeedbackView>();
+        view = std::make_unique<FeedbackView>(service.origin() + "/api/feedback");
         host = std::make_unique<test::Host>(*view);
     }
     void TearDown() override {
         host.reset();
         view.reset();
-        g_unsetenv("OSTREL_FEEDBACK_URL");
     }
 
     void type(const std::string& message, const std::string& email = "") {

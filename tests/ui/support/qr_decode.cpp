@@ -1,6 +1,6 @@
 #include "qr_decode.h"
 
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 
 #include <glib.h>
 

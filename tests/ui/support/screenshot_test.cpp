@@ -44,8 +44,7 @@ class Screenshots : public ::testing::Test {
 
 TEST_F(Screenshots, Feedback) {
     fake::FakeFeedback service;
-    g_setenv("OSTREL_FEEDBACK_URL", service.origin().c_str(), TRUE);
-    FeedbackView view;
+    FeedbackView view(service.origin() + "/api/feedback");
     test::Host host(view);
     save(host, "feedback");
 
@@ -62,7 +61,6 @@ TEST_F(Screenshots, Feedback) {
     test::press(test::named<Gtk::Button>(view, "send"));
     ASSERT_TRUE(runLoopUntil([&] { return view.status().kind == FeedbackView::Status::Kind::sent; }, 10s));
     save(host, "feedback-sent");
-    g_unsetenv("OSTREL_FEEDBACK_URL");
 }
 
 TEST_F(Screenshots, SupportAmount) {

@@ -1,4 +1,4 @@
-#include "app/appearance.h"
+#include "tray/tray_appearance.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -22,23 +22,23 @@ std::optional<unsigned> schemeFrom(GVariant* v) {
 }
 } // namespace
 
-Appearance::Appearance(GDBusConnection* bus, std::function<void()> changed)
+TrayAppearance::TrayAppearance(GDBusConnection* bus, std::function<void()> changed)
     : bus_(GObjectPtr<GDBusConnection>::ref(bus)), changed_(std::move(changed)) {
     if (!bus_) return;
     subscription_ = g_dbus_connection_signal_subscribe(
         bus_.get(), portalName, settingsIface, "SettingChanged", portalPath, "org.freedesktop.appearance",
-        G_DBUS_SIGNAL_FLAGS_NONE, &Appearance::onSettingChanged, this, nullptr);
+        G_DBUS_SIGNAL_FLAGS_NONE, &TrayAppearance::onSettingChanged, this, nullptr);
     readPortal();
 }
 
-Appearance::~Appearance() {
+TrayAppearance::~TrayAppearance() {
     *alive_ = false;
     if (subscription_) g_dbus_connection_signal_unsubscribe(bus_.get(), subscription_);
 }
 
-void Appearance::readPortal() {
+void TrayAppearance::readPortal() {
     struct Ctx {
-        Appearance* self;
+        TrayAppearance* self;
         std::shared_ptr<bool> alive;
     };
     auto* ctx = new Ctx{this, alive_};
@@ -58,9 +58,9 @@ void Appearance::readPortal() {
         ctx);
 }
 
-void Appearance::onSettingChanged(GDBusConnection*, const char*, const char*, const char*, const char*,
-                                  GVariant* params, gpointer data) {
-    auto* self = static_cast<Appearance*>(data);
+void TrayAppearance::onSettingChanged(GDBusConnection*, const char*, const char*, const char*, const char*,
+                                      GVariant* params, gpointer data) {
+    auto* self = static_cast<TrayAppearance*>(data);
     const char *ns = nullptr, *key = nullptr;
     GVariant* value = nullptr;
     g_variant_get(params, "(&s&sv)", &ns, &key, &value);
@@ -69,7 +69,7 @@ void Appearance::onSettingChanged(GDBusConnection*, const char*, const char*, co
     if (self->changed_) self->changed_();
 }
 
-std::optional<bool> Appearance::barIsDark() const {
+std::optional<bool> TrayAppearance::barIsDark() const {
     if (const char* forced = std::getenv("OSTREL_TRAY_STYLE")) {
         if (std::strcmp(forced, "dark") == 0) return true;
         if (std::strcmp(forced, "light") == 0) return false;

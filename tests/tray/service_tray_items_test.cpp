@@ -1,10 +1,10 @@
-#include "app/menu_bar_label.h"
-#include "app/service_tray_items.h"
 #include "fake_tray_watcher.h"
 #include "scripted_model.h"
 #include "support/loop.h"
 #include "support/private_bus.h"
 #include "support/test_env.h"
+#include "tray/service_tray_items.h"
+#include "tray/tray_label.h"
 
 #include <glib/gstdio.h>
 #include <gtest/gtest.h>
@@ -22,7 +22,7 @@ TEST(ServiceTrayItems, OneSquareItemPerServiceShowingAndBackToThePlainIcon) {
 
     ScriptedModel m;
     ServiceTrayItems tray(*m.model, [&](int index) {
-        return std::make_unique<StatusNotifierItem>(app.get(), StatusNotifierItem::Actions{}, index);
+        return std::make_unique<TrayItem>(app.get(), TrayItem::Actions{}, index);
     });
     ASSERT_EQ(tray.items().size(), 1u) << "nothing to show: the plain icon";
 

@@ -1,4 +1,4 @@
-#include "model/service_date.h"
+#include "base/service_date.h"
 
 #include <gtest/gtest.h>
 

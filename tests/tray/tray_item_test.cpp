@@ -1,8 +1,8 @@
-#include "app/status_notifier_item.h"
-#include "app/tray_presenter.h"
 #include "fake_tray_watcher.h"
 #include "support/loop.h"
 #include "support/private_bus.h"
+#include "tray/tray_item.h"
+#include "tray/tray_presenter.h"
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
@@ -60,18 +60,18 @@ class TrayBus : public ::testing::Test {
 TEST_F(TrayBus, RegistersWithAWatcherThatAppearsLaterAndServesItsProperties) {
     std::vector<std::pair<int, int>> activations;
     int refreshes = 0;
-    StatusNotifierItem::Actions actions;
+    TrayItem::Actions actions;
     actions.activate = [&](int x, int y) { activations.emplace_back(x, y); };
     actions.refresh = [&] { ++refreshes; };
     testing::internal::CaptureStdout();
-    StatusNotifierItem item(app_.get(), actions);
+    TrayItem item(app_.get(), actions);
     test::pump(200ms);
     const std::string said = testing::internal::GetCapturedStdout();
     EXPECT_NE(said.find("No system tray found"), std::string::npos) << said;
     EXPECT_FALSE(item.registered());
 
-    const std::vector<MenuBarItem> items{{ProviderID::claude, "8% · 50m", UsageLevel::low},
-                                         {ProviderID::codex, "80%", UsageLevel::veryHigh}};
+    const std::vector<TrayEntry> items{{ProviderID::claude, "8% · 50m", UsageLevel::low},
+                                       {ProviderID::codex, "80%", UsageLevel::veryHigh}};
     item.update(TrayPresenter::labelPixmaps(items, true), "Claude 8% left, resets in 50m, Codex 80%",
                 TrayPresenter::labelText(items));
 
@@ -94,7 +94,7 @@ TEST_F(TrayBus, RegistersWithAWatcherThatAppearsLaterAndServesItsProperties) {
     EXPECT_FALSE(isMenu);
     const char* menu = nullptr;
     ASSERT_TRUE(g_variant_lookup(dict, "Menu", "&o", &menu));
-    EXPECT_STREQ(menu, "/MenuBar");
+    EXPECT_STREQ(menu, "/Menu");
     GVariant* tooltip = g_variant_lookup_value(dict, "ToolTip", G_VARIANT_TYPE("(sa(iiay)ss)"));
     ASSERT_TRUE(tooltip);
     const char* tipTitle = nullptr;
@@ -137,13 +137,13 @@ TEST_F(TrayBus, RegistersWithAWatcherThatAppearsLaterAndServesItsProperties) {
     ASSERT_TRUE(activated);
     EXPECT_EQ(activations, (std::vector<std::pair<int, int>>{{100, 20}}));
 
-    GVariantPtr layout = callWhileServing(item.busName(), "/MenuBar", "com.canonical.dbusmenu", "GetLayout",
+    GVariantPtr layout = callWhileServing(item.busName(), "/Menu", "com.canonical.dbusmenu", "GetLayout",
                                           g_variant_new("(iias)", 0, -1, nullptr));
     ASSERT_TRUE(layout);
     GVariantPtr root(g_variant_get_child_value(layout.get(), 1));
     GVariantPtr children(g_variant_get_child_value(root.get(), 2));
     EXPECT_EQ(g_variant_n_children(children.get()), 3u) << "Open, Refresh, Quit";
-    callWhileServing(item.busName(), "/MenuBar", "com.canonical.dbusmenu", "Event",
+    callWhileServing(item.busName(), "/Menu", "com.canonical.dbusmenu", "Event",
                      g_variant_new("(isvu)", 2, "clicked", g_variant_new_int32(0), 0u));
     EXPECT_EQ(refreshes, 1);
 

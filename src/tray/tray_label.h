@@ -2,9 +2,9 @@
 // Draws the tray label: for each item the service's logo tinted by level and its text, in a row.
 // Rendered with Cairo and Pango into an ARGB image at the screen's scale.
 
+#include "base/rgb.h"
 #include "model/usage_model.h"
 #include "ui/common/cairo_ptr.h"
-#include "ui/gauges/gauge_theme.h"
 
 #include <vector>
 
@@ -13,8 +13,8 @@ namespace ostrel {
 // The logo colour for a level on a dark or a light bar.
 Rgb iconColor(UsageLevel level, bool isDark);
 
-struct MenuBarLabel {
-    std::vector<MenuBarItem> items;
+struct TrayLabel {
+    std::vector<TrayEntry> items;
     bool isDark = true;
 
     // The label at `scale` device pixels per point; null when there is nothing to draw.

@@ -2,7 +2,7 @@
 // The one rule for the services' text dates: cut fractions of a second to three digits, then read
 // an RFC 3339 internet date-time with, then without, fractional seconds. Anything else is no date.
 
-#include "async/clock.h"
+#include "base/time.h"
 
 #include <optional>
 #include <string>

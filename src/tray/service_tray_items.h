@@ -3,8 +3,8 @@
 // Plasma, Xfce): each item is the service's logo in a ring as full as what is left, with the spoken
 // text as its title and tooltip. With nothing to show, one item with the plain icon remains.
 
-#include "app/status_notifier_item.h"
 #include "model/usage_model.h"
+#include "tray/tray_item.h"
 
 #include <functional>
 #include <memory>
@@ -16,7 +16,7 @@ namespace ostrel {
 class ServiceTrayItems {
   public:
     // `makeItem(index)` creates the index-th item (1, 2, …) with the app's actions.
-    using ItemFactory = std::function<std::unique_ptr<StatusNotifierItem>(int index)>;
+    using ItemFactory = std::function<std::unique_ptr<TrayItem>(int index)>;
 
     ServiceTrayItems(UsageModel& model, ItemFactory makeItem);
     ServiceTrayItems(const ServiceTrayItems&) = delete;
@@ -24,12 +24,12 @@ class ServiceTrayItems {
     ~ServiceTrayItems();
 
     void update();
-    const std::vector<std::unique_ptr<StatusNotifierItem>>& items() const { return items_; }
+    const std::vector<std::unique_ptr<TrayItem>>& items() const { return items_; }
 
   private:
     UsageModel& model_;
     ItemFactory makeItem_;
-    std::vector<std::unique_ptr<StatusNotifierItem>> items_;
+    std::vector<std::unique_ptr<TrayItem>> items_;
     sigc::connection changed_;
 };
 

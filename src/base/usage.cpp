@@ -1,4 +1,4 @@
-#include "model/usage.h"
+#include "base/usage.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
-#include "app/menu_bar_label.h"
 #include "support/test_env.h"
+#include "tray/tray_label.h"
 
 #include <cmath>
 #include <glib/gstdio.h>
@@ -10,7 +10,7 @@ using namespace ostrel;
 namespace {
 
 // The label over a bar of its own colour, written where reviewers look for pictures.
-std::string savePicture(const MenuBarLabel& label, double scale, const std::string& name) {
+std::string savePicture(const TrayLabel& label, double scale, const std::string& name) {
     CairoSurfacePtr surface = label.render(scale);
     if (!surface) return {};
     const int w = cairo_image_surface_get_width(surface.get()),
@@ -56,11 +56,11 @@ Ink inkIn(cairo_surface_t* s, int x0, int x1) {
 } // namespace
 
 TEST(TrayLabel, LogoTakesTheLevelsColourAndTextTheBarsContrast) {
-    const std::vector<MenuBarItem> items{{ProviderID::claude, "8% · 50m", UsageLevel::low},
-                                         {ProviderID::cursor, "42%", UsageLevel::medium},
-                                         {ProviderID::codex, "80%", UsageLevel::veryHigh}};
+    const std::vector<TrayEntry> items{{ProviderID::claude, "8% · 50m", UsageLevel::low},
+                                       {ProviderID::cursor, "42%", UsageLevel::medium},
+                                       {ProviderID::codex, "80%", UsageLevel::veryHigh}};
     for (bool dark : {true, false}) {
-        const MenuBarLabel label{items, dark};
+        const TrayLabel label{items, dark};
         CairoSurfacePtr s = label.render(2.0);
         ASSERT_TRUE(s);
         const Ink logo = inkIn(s.get(), 0, 30); // the first logo: 15 points at scale 2
@@ -75,13 +75,12 @@ TEST(TrayLabel, LogoTakesTheLevelsColourAndTextTheBarsContrast) {
         EXPECT_FALSE(savePicture(label, 2.0, dark ? "label-dark" : "label-light").empty());
     }
     EXPECT_EQ(iconColor(UsageLevel::medium, true), iconColor(UsageLevel::high, true));
-    EXPECT_FALSE((MenuBarLabel{{}, true}.render(1.0))) << "no items, no label";
+    EXPECT_FALSE((TrayLabel{{}, true}.render(1.0))) << "no items, no label";
 }
 
 TEST(TrayLabel, LongerTextMakesAWiderLabelOfTheSameHeight) {
-    CairoSurfacePtr narrow = MenuBarLabel{{{ProviderID::claude, "8%", UsageLevel::low}}, true}.render(1);
-    CairoSurfacePtr wide =
-        MenuBarLabel{{{ProviderID::claude, "8% · 2d 23h", UsageLevel::low}}, true}.render(1);
+    CairoSurfacePtr narrow = TrayLabel{{{ProviderID::claude, "8%", UsageLevel::low}}, true}.render(1);
+    CairoSurfacePtr wide = TrayLabel{{{ProviderID::claude, "8% · 2d 23h", UsageLevel::low}}, true}.render(1);
     EXPECT_GT(cairo_image_surface_get_width(wide.get()), cairo_image_surface_get_width(narrow.get()) + 20);
     EXPECT_EQ(cairo_image_surface_get_height(wide.get()), cairo_image_surface_get_height(narrow.get()));
 }

@@ -1,4 +1,4 @@
-#include "app/menu_bar_label.h"
+#include "tray/tray_label.h"
 
 #include "ui/common/artwork.h"
 
@@ -61,14 +61,14 @@ Rgb iconColor(UsageLevel level, bool isDark) {
     return {};
 }
 
-CairoSurfacePtr MenuBarLabel::render(double scale) const {
+CairoSurfacePtr TrayLabel::render(double scale) const {
     if (items.empty()) return nullptr;
     // Measure in points on a scratch surface.
     CairoSurfacePtr scratch(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 1, 1));
     const CairoPtr measure(cairo_create(scratch.get()));
     double width = 0, rowHeight = logoSize;
     std::vector<std::pair<double, double>> textSizes;
-    for (const MenuBarItem& item : items) {
+    for (const TrayEntry& item : items) {
         const GObjectPtr<PangoLayout> layout = makeText(measure.get(), item.text);
         PangoRectangle ink, logical;
         pango_layout_get_pixel_extents(layout.get(), &ink, &logical);
@@ -87,7 +87,7 @@ CairoSurfacePtr MenuBarLabel::render(double scale) const {
     double x = 0;
     const double textColour = isDark ? 1.0 : 0.0;
     for (std::size_t i = 0; i < items.size(); ++i) {
-        const MenuBarItem& item = items[i];
+        const TrayEntry& item = items[i];
         const double logoY = verticalPad + (rowHeight - logoSize) / 2;
         drawTintedLogo(cr, displayName(item.id), x * scale, logoY * scale,
                        static_cast<int>(std::lround(logoSize * scale)), iconColor(item.level, isDark));

@@ -1,4 +1,4 @@
-#include "ui/gauges/gauge_theme.h"
+#include "base/gauge_theme_id.h"
 
 #include <gtest/gtest.h>
 
@@ -13,9 +13,4 @@ TEST(GaugeTheme, PersistedNamesReadBackStrictly) {
     }
     for (const char* bad : {"glass", "theme2", "Theme1", ""})
         EXPECT_EQ(gaugeThemeFromRaw(bad), std::nullopt) << bad;
-}
-
-TEST(GaugeTheme, LiquidColoursShareAmberBetweenMediumAndHigh) {
-    EXPECT_EQ(liquidColors(UsageLevel::medium), liquidColors(UsageLevel::high));
-    EXPECT_NE(liquidColors(UsageLevel::low), liquidColors(UsageLevel::veryHigh));
 }

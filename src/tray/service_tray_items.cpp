@@ -1,6 +1,6 @@
-#include "app/service_tray_items.h"
+#include "tray/service_tray_items.h"
 
-#include "app/menu_bar_label.h"
+#include "tray/tray_label.h"
 
 namespace ostrel {
 
@@ -15,8 +15,8 @@ ServiceTrayItems::~ServiceTrayItems() {
 }
 
 void ServiceTrayItems::update() {
-    const std::vector<MenuBarItem> shown = model_.menuBarItems();
-    const bool dark = model_.isDarkMenuBar();
+    const std::vector<TrayEntry> shown = model_.trayEntries();
+    const bool dark = model_.isDarkTray();
     const std::size_t wanted = std::max<std::size_t>(shown.size(), 1);
     // Items keep their places: the first stays, later ones come and go at the end.
     while (items_.size() > wanted)
@@ -25,20 +25,20 @@ void ServiceTrayItems::update() {
         items_.push_back(makeItem_(static_cast<int>(items_.size()) + 1));
 
     if (shown.empty()) {
-        std::vector<StatusNotifierItem::Pixmap> icon;
+        std::vector<TrayItem::Pixmap> icon;
         for (int px : {22, 44})
-            icon.push_back(StatusNotifierItem::fromSurface(renderPlainIcon(px, dark).get()));
+            icon.push_back(TrayItem::fromSurface(renderPlainIcon(px, dark).get()));
         items_[0]->update(std::move(icon), "Ostrel", "");
         return;
     }
     for (std::size_t i = 0; i < shown.size(); ++i) {
-        const MenuBarItem& item = shown[i];
+        const TrayEntry& item = shown[i];
         const ProviderState s = model_.state(item.id);
         const double left = s.snapshot && s.snapshot->main ? s.snapshot->main->percentLeft() : 0;
-        std::vector<StatusNotifierItem::Pixmap> badge;
+        std::vector<TrayItem::Pixmap> badge;
         for (int px : {22, 44})
-            badge.push_back(StatusNotifierItem::fromSurface(
-                renderServiceBadge(item.id, left, item.level, dark, px).get()));
+            badge.push_back(
+                TrayItem::fromSurface(renderServiceBadge(item.id, left, item.level, dark, px).get()));
         items_[i]->update(std::move(badge), spokenText(item), item.text);
     }
 }

@@ -1,7 +1,7 @@
 #pragma once
 // The value records every subsystem exchanges: services, limits, snapshots and provider errors.
 
-#include "async/clock.h"
+#include "base/time.h"
 
 #include <array>
 #include <optional>

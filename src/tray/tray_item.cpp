@@ -1,4 +1,4 @@
-#include "app/status_notifier_item.h"
+#include "tray/tray_item.h"
 
 #include <cstdio>
 #include <unistd.h>
@@ -8,7 +8,7 @@ namespace ostrel {
 namespace {
 
 constexpr const char* itemPath = "/StatusNotifierItem";
-constexpr const char* menuPath = "/MenuBar";
+constexpr const char* menuPath = "/Menu";
 constexpr const char* watcherName = "org.kde.StatusNotifierWatcher";
 
 const char* introspection = R"xml(<node>
@@ -102,7 +102,7 @@ GVariant* menuLayout() {
 
 } // namespace
 
-StatusNotifierItem::Pixmap StatusNotifierItem::fromSurface(cairo_surface_t* surface) {
+TrayItem::Pixmap TrayItem::fromSurface(cairo_surface_t* surface) {
     Pixmap p;
     cairo_surface_flush(surface);
     p.width = cairo_image_surface_get_width(surface);
@@ -128,7 +128,7 @@ StatusNotifierItem::Pixmap StatusNotifierItem::fromSurface(cairo_surface_t* surf
     return p;
 }
 
-StatusNotifierItem::StatusNotifierItem(GDBusConnection* bus, Actions actions, int index)
+TrayItem::TrayItem(GDBusConnection* bus, Actions actions, int index)
     : actions_(std::move(actions)), index_(index) {
     if (index_ > 1) {
         // Hosts find an item at a fixed object path, so each further item needs a connection of
@@ -150,8 +150,7 @@ StatusNotifierItem::StatusNotifierItem(GDBusConnection* bus, Actions actions, in
     }
     busName_ = "org.kde.StatusNotifierItem-" + std::to_string(getpid()) + "-" + std::to_string(index_);
     GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(introspection, nullptr);
-    static const GDBusInterfaceVTable vtable{
-        &StatusNotifierItem::onMethod, &StatusNotifierItem::onGetProperty, nullptr, {}};
+    static const GDBusInterfaceVTable vtable{&TrayItem::onMethod, &TrayItem::onGetProperty, nullptr, {}};
     itemRegistration_ = g_dbus_connection_register_object(bus_.get(), itemPath, node->interfaces[0], &vtable,
                                                           this, nullptr, nullptr);
     menuRegistration_ = g_dbus_connection_register_object(bus_.get(), menuPath, node->interfaces[1], &vtable,
@@ -162,10 +161,10 @@ StatusNotifierItem::StatusNotifierItem(GDBusConnection* bus, Actions actions, in
     watchId_ = g_bus_watch_name_on_connection(
         bus_.get(), watcherName, G_BUS_NAME_WATCHER_FLAGS_NONE,
         [](GDBusConnection*, const char*, const char*, gpointer self) {
-            static_cast<StatusNotifierItem*>(self)->registerWithWatcher();
+            static_cast<TrayItem*>(self)->registerWithWatcher();
         },
         [](GDBusConnection*, const char*, gpointer data) {
-            auto* self = static_cast<StatusNotifierItem*>(data);
+            auto* self = static_cast<TrayItem*>(data);
             self->registered_ = false;
             if (!self->toldNoWatcher_ && self->index_ == 1) {
                 self->toldNoWatcher_ = true;
@@ -178,7 +177,7 @@ StatusNotifierItem::StatusNotifierItem(GDBusConnection* bus, Actions actions, in
         this, nullptr);
 }
 
-StatusNotifierItem::~StatusNotifierItem() {
+TrayItem::~TrayItem() {
     g_cancellable_cancel(cancel_.get());
     if (watchId_) g_bus_unwatch_name(watchId_);
     if (ownerId_) g_bus_unown_name(ownerId_);
@@ -186,7 +185,7 @@ StatusNotifierItem::~StatusNotifierItem() {
     if (menuRegistration_) g_dbus_connection_unregister_object(bus_.get(), menuRegistration_);
 }
 
-void StatusNotifierItem::registerWithWatcher() {
+void TrayItem::registerWithWatcher() {
     // Hosts look the item up by its unique bus name or well-known name; the well-known one is ours.
     g_dbus_connection_call(
         bus_.get(), watcherName, "/StatusNotifierWatcher", watcherName, "RegisterStatusNotifierItem",
@@ -195,7 +194,7 @@ void StatusNotifierItem::registerWithWatcher() {
             GErrorOut err;
             GVariantPtr reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), res, err.out()));
             if (err.matches(G_IO_ERROR, G_IO_ERROR_CANCELLED)) return; // the item is gone
-            auto* self = static_cast<StatusNotifierItem*>(data);
+            auto* self = static_cast<TrayItem*>(data);
             if (!reply) {
                 std::printf("[Ostrel] The system tray did not take the item: %s\n", err.message().c_str());
                 return;
@@ -206,13 +205,13 @@ void StatusNotifierItem::registerWithWatcher() {
         this);
 }
 
-void StatusNotifierItem::emit(const char* signal, GVariant* params) {
+void TrayItem::emit(const char* signal, GVariant* params) {
     if (!bus_) return;
     g_dbus_connection_emit_signal(bus_.get(), nullptr, itemPath, "org.kde.StatusNotifierItem", signal, params,
                                   nullptr);
 }
 
-void StatusNotifierItem::update(std::vector<Pixmap> pixmaps, std::string title, std::string label) {
+void TrayItem::update(std::vector<Pixmap> pixmaps, std::string title, std::string label) {
     pixmaps_ = std::move(pixmaps);
     const bool titleChanged = title != title_, labelChanged = label != label_;
     title_ = std::move(title);
@@ -225,7 +224,7 @@ void StatusNotifierItem::update(std::vector<Pixmap> pixmaps, std::string title, 
     if (labelChanged) emit("XAyatanaNewLabel", g_variant_new("(ss)", label_.c_str(), ""));
 }
 
-GVariant* StatusNotifierItem::itemProperty(const std::string& name) const {
+GVariant* TrayItem::itemProperty(const std::string& name) const {
     if (name == "Category") return g_variant_new_string("ApplicationStatus");
     if (name == "Id") return g_variant_new_string("ostrel");
     if (name == "Title") return g_variant_new_string(title_.c_str());
@@ -252,7 +251,7 @@ GVariant* StatusNotifierItem::itemProperty(const std::string& name) const {
     return nullptr;
 }
 
-GVariant* StatusNotifierItem::menuProperty(const std::string& name) const {
+GVariant* TrayItem::menuProperty(const std::string& name) const {
     if (name == "Version") return g_variant_new_uint32(3);
     if (name == "TextDirection") return g_variant_new_string("ltr");
     if (name == "Status") return g_variant_new_string("normal");
@@ -260,19 +259,18 @@ GVariant* StatusNotifierItem::menuProperty(const std::string& name) const {
     return nullptr;
 }
 
-GVariant* StatusNotifierItem::onGetProperty(GDBusConnection*, const char*, const char*, const char* iface,
-                                            const char* property, GError** error, gpointer data) {
-    auto* self = static_cast<StatusNotifierItem*>(data);
+GVariant* TrayItem::onGetProperty(GDBusConnection*, const char*, const char*, const char* iface,
+                                  const char* property, GError** error, gpointer data) {
+    auto* self = static_cast<TrayItem*>(data);
     GVariant* v = std::string(iface) == "com.canonical.dbusmenu" ? self->menuProperty(property)
                                                                  : self->itemProperty(property);
     if (!v) g_set_error(error, G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_PROPERTY, "No property %s", property);
     return v;
 }
 
-void StatusNotifierItem::onMethod(GDBusConnection*, const char*, const char*, const char* iface,
-                                  const char* method, GVariant* params, GDBusMethodInvocation* invocation,
-                                  gpointer data) {
-    auto* self = static_cast<StatusNotifierItem*>(data);
+void TrayItem::onMethod(GDBusConnection*, const char*, const char*, const char* iface, const char* method,
+                        GVariant* params, GDBusMethodInvocation* invocation, gpointer data) {
+    auto* self = static_cast<TrayItem*>(data);
     const std::string name = method;
     if (std::string(iface) == "com.canonical.dbusmenu") {
         self->menuMethod(name, params, invocation);
@@ -289,8 +287,7 @@ void StatusNotifierItem::onMethod(GDBusConnection*, const char*, const char*, co
     g_dbus_method_invocation_return_value(invocation, nullptr);
 }
 
-void StatusNotifierItem::menuMethod(const std::string& method, GVariant* params,
-                                    GDBusMethodInvocation* invocation) {
+void TrayItem::menuMethod(const std::string& method, GVariant* params, GDBusMethodInvocation* invocation) {
     if (method == "GetLayout") {
         g_dbus_method_invocation_return_value(invocation,
                                               g_variant_new("(u@(ia{sv}av))", menuRevision_, menuLayout()));

@@ -3,7 +3,7 @@
 // org.freedesktop.appearance color-scheme), else the GTK theme's dark preference. OSTREL_TRAY_STYLE
 // (dark or light) overrides both, for panels that do not follow the desktop's scheme.
 
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 
 #include <functional>
 #include <gio/gio.h>
@@ -11,13 +11,13 @@
 
 namespace ostrel {
 
-class Appearance {
+class TrayAppearance {
   public:
     // `changed` runs whenever the answer may have changed.
-    Appearance(GDBusConnection* bus, std::function<void()> changed);
-    Appearance(const Appearance&) = delete;
-    Appearance& operator=(const Appearance&) = delete;
-    ~Appearance();
+    TrayAppearance(GDBusConnection* bus, std::function<void()> changed);
+    TrayAppearance(const TrayAppearance&) = delete;
+    TrayAppearance& operator=(const TrayAppearance&) = delete;
+    ~TrayAppearance();
 
     // True for a dark bar, false for a light one, nothing when no source says.
     std::optional<bool> barIsDark() const;

@@ -1,9 +1,9 @@
 #pragma once
-// The tray item: a StatusNotifierItem exported on the session bus with a small menu, registered with
+// The tray item: a TrayItem exported on the session bus with a small menu, registered with
 // the desktop's StatusNotifierWatcher, and registered again whenever a watcher appears. Without a
 // watcher the app keeps running; it says so once.
 
-#include "async/gobject_ptr.h"
+#include "base/gobject_ptr.h"
 
 #include <cairo.h>
 #include <functional>
@@ -13,7 +13,7 @@
 
 namespace ostrel {
 
-class StatusNotifierItem {
+class TrayItem {
   public:
     struct Actions {
         std::function<void(int x, int y)> activate; // left click (x, y: screen position, may be 0)
@@ -29,10 +29,10 @@ class StatusNotifierItem {
 
     // Exports on `bus` (the session bus when null) and starts watching for a watcher. `index`
     // tells apart several items of one process (it ends the bus name).
-    StatusNotifierItem(GDBusConnection* bus, Actions actions, int index = 1);
-    StatusNotifierItem(const StatusNotifierItem&) = delete;
-    StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
-    ~StatusNotifierItem();
+    TrayItem(GDBusConnection* bus, Actions actions, int index = 1);
+    TrayItem(const TrayItem&) = delete;
+    TrayItem& operator=(const TrayItem&) = delete;
+    ~TrayItem();
 
     // Replaces what the item shows and tells the host.
     void update(std::vector<Pixmap> pixmaps, std::string title, std::string label);

@@ -1,0 +1,19 @@
+#pragma once
+// What the model needs from the login window: show a service's own login page, and hear when the
+// user closes it. The web layer implements it; the model never sees a web view.
+
+#include "providers/usage_provider.h"
+
+#include <functional>
+
+namespace ostrel {
+
+// Shows a service's own login page to the user; calls `onClose` when the user closes it.
+class LoginHost {
+  public:
+    virtual ~LoginHost() = default;
+    virtual void show(ProviderID id, UsageProvider& provider) = 0;
+    std::function<void(ProviderID)> onClose;
+};
+
+} // namespace ostrel
