@@ -7,7 +7,7 @@ build_pkgs=(g++ cmake ninja-build pkg-config ccache
             libgtkmm-4.0-dev libwebkitgtk-6.0-dev libsoup-3.0-dev nlohmann-json3-dev
             libqrcodegencpp-dev libicu-dev libgtest-dev libx11-dev
             glib-networking librsvg2-common adwaita-icon-theme fonts-dejavu-core dbus-bin)
-test_pkgs=(xvfb xauth dbus-daemon zbar-tools imagemagick locales)
+test_pkgs=(xvfb xauth dbus-daemon zbar-tools imagemagick locales python3)
 
 pkgs=("${build_pkgs[@]}")
 if [[ "${1:-}" == "--test" ]]; then pkgs+=("${test_pkgs[@]}"); fi
