@@ -27,7 +27,8 @@ class PanelViewTest : public ::testing::Test {
             p->then(PanelModel::snapshot(m->limit("session", 30)));
             p->fetches = 0; // count only what the panel asks for
         }
-        window = std::make_unique<PanelWindow>(*m->model, [this] { ++quits; }, "");
+        window = std::make_unique<PanelWindow>(
+            *m->model, [this] { ++quits; }, "");
         window->setHidesOnFocusLoss(false);
         window->popup();
         settle();
