@@ -131,6 +131,23 @@ TEST_F(WebSessionTest, BrokenPageFallsBackToTheDirectRouteWithTheCookies) {
     expectNoSecretIn(logged);
 }
 
+// The services' bot wall lets a page's own request through and stops a plain HTTP client; the page
+// route is what keeps us on the right side of it.
+TEST_F(WebSessionTest, ABotWallStopsTheDirectRouteButNotThePage) {
+    logIn();
+    claude_.site().setWall(fake::FakeSite::Wall::direct);
+    std::string logged;
+    EXPECT_EQ(get(usageURL(), {}, logged).code, 200);
+    EXPECT_EQ(claude_.site().walledDirect(), 0);
+
+    makeSession("/broken");
+    loadAndWait(session_->webView(), claude_.origin() + "/broken");
+    HttpResult r = get(usageURL(), {}, logged);
+    EXPECT_EQ(r.code, 403);
+    EXPECT_NE(r.body.find("Just a moment..."), std::string::npos);
+    EXPECT_EQ(claude_.site().walledDirect(), 1);
+}
+
 TEST_F(WebSessionTest, BothRoutesFailingGiveTheCombinedMessage) {
     makeSession("/broken");
     std::string logged;

@@ -7,6 +7,7 @@
 
 #include "async/clock.h"
 #include "fake_server.h"
+#include "fake_site.h"
 
 #include <optional>
 #include <string>
@@ -23,6 +24,8 @@ class FakeChatGPT {
                          int port = 0);
 
     FakeServer& server() { return server_; }
+    // How much it behaves like the real site: bot wall, single-page-app pages.
+    FakeSite& site() { return site_; }
     FakeServer& accountServer() { return account_; }
     std::string origin() const { return server_.origin(); }
     const std::string& host() const { return server_.address(); }
@@ -71,6 +74,7 @@ class FakeChatGPT {
     FakeAnswer usageAnswer(const FakeRequest& r);
 
     FakeServer server_;
+    FakeSite site_{server_, {"/api/auth/session", "/backend-api/"}};
     FakeServer account_;
     FakeAnswer usage_;
     std::optional<FakeAnswer> sessionOverride_;

@@ -4,6 +4,7 @@
 
 #include "async/clock.h"
 #include "fake_server.h"
+#include "fake_site.h"
 
 #include <chrono>
 #include <optional>
@@ -20,6 +21,8 @@ class FakeClaude {
     explicit FakeClaude(std::string address = "127.0.0.2", int port = 0);
 
     FakeServer& server() { return server_; }
+    // How much it behaves like the real site: bot wall, single-page-app pages.
+    FakeSite& site() { return site_; }
     std::string origin() const { return server_.origin(); }
     const std::string& host() const { return server_.address(); }
 
@@ -43,6 +46,7 @@ class FakeClaude {
     bool loggedIn(const FakeRequest& r) const;
 
     FakeServer server_;
+    FakeSite site_{server_, {"/api/"}};
     FakeAnswer usage_;
     FakeAnswer orgs_;
     std::vector<std::string> issued_;

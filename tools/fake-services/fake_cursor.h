@@ -5,6 +5,7 @@
 
 #include "async/clock.h"
 #include "fake_server.h"
+#include "fake_site.h"
 
 #include <optional>
 #include <string>
@@ -19,6 +20,8 @@ class FakeCursor {
     explicit FakeCursor(std::string address = "127.0.0.3", int port = 0);
 
     FakeServer& server() { return server_; }
+    // How much it behaves like the real site: bot wall, single-page-app pages.
+    FakeSite& site() { return site_; }
     std::string origin() const { return server_.origin(); }
     const std::string& host() const { return server_.address(); }
 
@@ -52,6 +55,7 @@ class FakeCursor {
     bool loggedIn(const FakeRequest& r) const;
 
     FakeServer server_;
+    FakeSite site_{server_, {"/api/"}};
     FakeAnswer usage_;
     std::vector<std::string> issued_;
     std::vector<std::string> valid_;

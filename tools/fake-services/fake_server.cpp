@@ -146,8 +146,12 @@ void FakeServer::onRequest(SoupServer*, SoupServerMessage* msg, const char* path
     }
     self->requests_.push_back(req);
 
-    const Route* r = self->find(req.method, req.path);
-    FakeAnswer a = r ? r->handler(req) : FakeAnswer::html(htmlPage("Not found", "<h1>Not found</h1>"), 404);
+    std::optional<FakeAnswer> gated = self->gate_ ? self->gate_(req) : std::nullopt;
+    const Route* r = gated ? nullptr : self->find(req.method, req.path);
+    FakeAnswer a = gated ? std::move(*gated)
+                   : r   ? r->handler(req)
+                         : FakeAnswer::html(htmlPage("Not found", "<h1>Not found</h1>"), 404);
+    if (self->filter_) self->filter_(req, a);
     if (a.hang) {
         soup_server_message_pause(msg);
         return;

@@ -11,6 +11,7 @@
 #include <libsoup/soup.h>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,10 @@ struct FakeAnswer {
 class FakeServer {
   public:
     using Handler = std::function<FakeAnswer(const FakeRequest&)>;
+    // Looked at before the routes: an answer it gives is sent instead of the route's (a bot wall).
+    using Gate = std::function<std::optional<FakeAnswer>(const FakeRequest&)>;
+    // Sees every answer before it is sent (to add a site-wide script to its pages).
+    using Filter = std::function<void(const FakeRequest&, FakeAnswer&)>;
 
     // Listens on `address` (e.g. "127.0.0.2") at `port` (0: any free port).
     explicit FakeServer(std::string address, int port = 0);
@@ -60,6 +65,9 @@ class FakeServer {
 
     // Exact path, or a prefix when `path` ends with "*". Later routes win over earlier ones.
     void route(std::string method, std::string path, Handler handler);
+
+    void setGate(Gate gate) { gate_ = std::move(gate); }
+    void setFilter(Filter filter) { filter_ = std::move(filter); }
 
     // Every request that reached the server, oldest first.
     const std::vector<FakeRequest>& requests() const { return requests_; }
@@ -83,6 +91,8 @@ class FakeServer {
     int port_ = 0;
     GObjectPtr<SoupServer> server_;
     std::vector<Route> routes_;
+    Gate gate_;
+    Filter filter_;
     std::vector<FakeRequest> requests_;
     // Delayed answers check this before touching a server that may be gone.
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
