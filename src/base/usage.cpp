@@ -66,6 +66,28 @@ ProviderError ProviderError::needsLogin() {
     return ProviderError(Kind::needsLogin, "Not logged in", 0, {});
 }
 
+ProviderError ProviderError::botCheck(std::string host) {
+    std::string text = "Blocked by " + host + "'s bot check";
+    return ProviderError(Kind::botCheck, std::move(text), 403, std::move(host));
+}
+
+ProviderError ProviderError::rateLimited(std::string host, std::optional<std::chrono::seconds> retryAfter) {
+    std::string text = "Rate limited by " + host;
+    ProviderError e(Kind::rateLimited, std::move(text), 429, std::move(host));
+    e.retryAfter_ = retryAfter;
+    return e;
+}
+
+const ProviderError* asProviderError(const std::exception_ptr& error) {
+    try {
+        if (error) std::rethrow_exception(error);
+    } catch (const ProviderError& e) {
+        return &e; // the exception object lives as long as `error` holds it
+    } catch (...) {
+    }
+    return nullptr;
+}
+
 bool isNeedsLogin(const std::exception_ptr& error) {
     try {
         std::rethrow_exception(error);

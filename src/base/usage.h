@@ -4,6 +4,7 @@
 #include "base/time.h"
 
 #include <array>
+#include <chrono>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -52,15 +53,20 @@ struct UsageSnapshot {
 // What a provider throws for what a service answered. what() is the user-facing description.
 class ProviderError : public std::runtime_error {
   public:
-    enum class Kind { http, badResponse, needsLogin };
+    enum class Kind { http, badResponse, needsLogin, botCheck, rateLimited };
 
     static ProviderError http(int code, std::string host);
     static ProviderError badResponse(std::string message);
     static ProviderError needsLogin();
+    // The site's bot protection answered instead of the service: not a log-out.
+    static ProviderError botCheck(std::string host);
+    // The service asked us to slow down, for `retryAfter` when it said how long.
+    static ProviderError rateLimited(std::string host, std::optional<std::chrono::seconds> retryAfter);
 
     Kind kind() const { return kind_; }
     int code() const { return code_; }
     const std::string& host() const { return host_; }
+    const std::optional<std::chrono::seconds>& retryAfter() const { return retryAfter_; }
 
   private:
     ProviderError(Kind kind, std::string description, int code, std::string host)
@@ -68,8 +74,11 @@ class ProviderError : public std::runtime_error {
     Kind kind_;
     int code_ = 0;
     std::string host_;
+    std::optional<std::chrono::seconds> retryAfter_;
 };
 
+// The provider error inside `error`, or null when it holds another kind of failure (or none).
+const ProviderError* asProviderError(const std::exception_ptr& error);
 bool isNeedsLogin(const std::exception_ptr& error);
 // The description the model shows for any error that escaped a fetch.
 std::string errorDescription(const std::exception_ptr& error);

@@ -19,9 +19,17 @@ struct ProviderState {
     bool notifiedBelow50 = false;
     bool notifiedBelow10 = false;
     std::set<std::string> notifiedBelow10Others;
+    bool blockedByBotCheck = false;          // the last attempt met the site's bot check
+    std::optional<TimePoint> retryAt;        // rate limited: no scheduled try before this
+    int rateLimits = 0;                      // rate limits in a row, for the back-off
+    std::optional<TimePoint> loginExpiresAt; // when the login cookie expires, if it says
+    std::optional<TimePoint> expiryNotified; // the expiry whose advance notice went out
 };
 
-// The four system notifications; the model decides when, this only posts.
+// "Logged in · expires in 5 days", for a login whose cookie has an expiry; nothing otherwise.
+std::optional<std::string> loginExpiryText(const ProviderState& s, TimePoint now);
+
+// The system notifications; the model decides when, this only posts.
 class Notifier {
   public:
     virtual ~Notifier() = default;
@@ -29,6 +37,8 @@ class Notifier {
     virtual void notifyBelow10(ProviderID id, const UsageLimit& limit) = 0;
     virtual void notifyReset(ProviderID id, const UsageLimit& limit) = 0;
     virtual void notifyLoginExpired(ProviderID id) = 0;
+    // The login runs out in `days` (whole days, rounded up): a notice ahead of it.
+    virtual void notifyLoginExpiring(ProviderID id, int days) = 0;
 };
 
 // Applies the notification memory to a fresh snapshot: what was already said is not said again,

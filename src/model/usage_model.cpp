@@ -1,6 +1,7 @@
 #include "model/usage_model.h"
 
 #include "model/fmt.h"
+#include "model/refresh_rules.h"
 #include "model/time_format.h"
 
 #include <cstdio>
@@ -14,7 +15,7 @@ namespace {
 // The loops end once the model is gone (only tests ever get there; the app keeps its model).
 Task<void> pollLoop(UsageModel& model, Clock& clock, std::shared_ptr<bool> alive) {
     for (;;) {
-        co_await model.refreshAll();
+        co_await model.refreshDue();
         co_await clock.sleep(60s); // an interrupted sleep just means the next pass comes early
         if (!*alive) co_return;
     }
@@ -105,6 +106,16 @@ Task<void> UsageModel::refreshAll() {
         co_await refresh(id);
 }
 
+bool UsageModel::resting(ProviderID id) const {
+    const ProviderState s = state(id);
+    return s.retryAt && clock_.now() < *s.retryAt;
+}
+
+Task<void> UsageModel::refreshDue() {
+    for (ProviderID id : activeProviders())
+        if (!resting(id)) co_await refresh(id);
+}
+
 Task<void> UsageModel::refresh(ProviderID id) {
     if (auto running = inFlight_.find(id); running != inFlight_.end()) {
         // Join the fetch under way instead of starting a second one.
@@ -129,13 +140,25 @@ Task<void> UsageModel::performRefresh(ProviderID id) {
         working.snapshot ? working.snapshot->others : std::vector<UsageLimit>{};
     working.lastAttempt = clock_.now();
     log("Refreshing " + name + "…");
+    const std::uint64_t generation = generations_[id];
 
     std::optional<UsageSnapshot> fresh;
     std::exception_ptr error;
     try {
         fresh = co_await p->fetch();
+        // The login's expiry comes from the cookie store; not knowing it is no failure of the fetch.
+        try {
+            working.loginExpiresAt = co_await p->web().cookieExpiry(p->sessionCookieName());
+        } catch (const std::exception&) {
+        }
     } catch (...) {
         error = std::current_exception();
+    }
+    if (generations_[id] != generation) {
+        // A log-out or account switch came while this ran: its answer belongs to the old login.
+        log(name + " refresh dropped: the login changed meanwhile");
+        p->reset();
+        co_return;
     }
 
     if (fresh) {
@@ -144,22 +167,16 @@ Task<void> UsageModel::performRefresh(ProviderID id) {
         working.needsLogin = false;
         working.lastUpdated = clock_.now();
         working.lastError.reset();
+        working.blockedByBotCheck = false;
+        working.retryAt.reset();
+        working.rateLimits = 0;
         log(name +
             " OK, main: " + (s.main ? Fmt::percent(s.main->percentLeft()) + " left" : std::string("none")));
         working.status = s.main ? "Updated " + shortTime(clock_.now()) : "No usage data in the response";
         applyNotificationRules(id, working, previousMain, previousOthers, s, notifier_);
-    } else if (isNeedsLogin(error)) {
-        log(name + " needs login");
-        if (!working.needsLogin && working.snapshot) notifier_.notifyLoginExpired(id);
-        working.needsLogin = true;
-        working.lastError.reset();
-        working.status = "Not logged in. Click Log in to " + name + ".";
+        checkLoginExpiry(id, working, clock_.now(), notifier_);
     } else {
-        const std::string description = errorDescription(error);
-        log(name + " error: " + description);
-        working.lastError = description;
-        working.status =
-            "Error: " + description + "." + (working.snapshot ? " Showing last known numbers." : "");
+        log(applyFailure(id, working, error, clock_.now(), notifier_, jitter_));
     }
     store(id, std::move(working));
 }
@@ -174,7 +191,15 @@ Task<void> UsageModel::tick() {
     updateTrayAppearance();
     changed.emit();
     for (ProviderID id : activeProviders()) {
-        const ProviderState s = state(id);
+        ProviderState s = state(id);
+        if (s.retryAt) {
+            // The countdown of a rate limit moves on with the clock.
+            if (now_ < *s.retryAt) {
+                s.status = rateLimitStatus(*s.retryAt, now_);
+                states_[id] = std::move(s);
+                continue;
+            }
+        }
         if (!s.snapshot || !s.snapshot->main || !s.snapshot->main->resetsAt) continue;
         if (*s.snapshot->main->resetsAt > now_) continue;
         if (s.lastAttempt && now_ - *s.lastAttempt <= 25s) continue;
@@ -193,6 +218,7 @@ void UsageModel::switchAccount(ProviderID id) {
 Task<void> UsageModel::logOut(ProviderID id) {
     UsageProvider* p = provider(id);
     if (!p) co_return;
+    ++generations_[id]; // whatever refresh is under way now reports on the login being removed
     co_await p->web().logOut();
     p->reset();
     ProviderState s = state(id);
@@ -200,6 +226,8 @@ Task<void> UsageModel::logOut(ProviderID id) {
     s.needsLogin = true;
     s.lastError.reset();
     s.lastUpdated.reset();
+    s.loginExpiresAt.reset();
+    s.blockedByBotCheck = false;
     s.status = "Logged out";
     store(id, std::move(s));
 }

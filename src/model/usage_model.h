@@ -58,7 +58,10 @@ class UsageModel {
     AppSettings& settings() { return settings_; }
     UsageProvider* provider(ProviderID id) const;
 
+    // Tries every active service now, as the user's "Refresh" asks.
     Task<void> refreshAll();
+    // The poll's pass: like refreshAll, but a rate-limited service is left alone until its time.
+    Task<void> refreshDue();
     Task<void> refresh(ProviderID id);
     void showLogin(ProviderID id);
     void switchAccount(ProviderID id);
@@ -76,11 +79,15 @@ class UsageModel {
     void setAppearanceSource(std::function<std::optional<bool>()> source) { appearance_ = std::move(source); }
     void updateTrayAppearance();
 
+    // Fixes the back-off's random spread (tests).
+    void setJitter(std::function<double()> jitter) { jitter_ = std::move(jitter); }
+
     // Emitted once per published change: a refresh's result, a tick, a settings or appearance change.
     sigc::signal<void()> changed;
 
   private:
     Task<void> performRefresh(ProviderID id);
+    bool resting(ProviderID id) const;
     void store(ProviderID id, ProviderState s);
     static void log(const std::string& line);
 
@@ -94,6 +101,10 @@ class UsageModel {
     TimePoint now_;
     bool isDarkTray_ = true;
     std::function<std::optional<bool>()> appearance_;
+    // Bumped by a log-out: a refresh that started under an older login drops its answer.
+    std::map<ProviderID, std::uint64_t> generations_;
+    // Spread of the rate-limit back-off; tests fix it.
+    std::function<double()> jitter_ = [] { return g_random_double_range(0.8, 1.2); };
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
     std::vector<sigc::connection> connections_;
 };

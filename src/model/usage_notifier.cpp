@@ -79,4 +79,10 @@ void UsageNotifier::notifyLoginExpired(ProviderID id) {
          "Ostrel stopped tracking usage. Log in again to resume.");
 }
 
+void UsageNotifier::notifyLoginExpiring(ProviderID id, int days) {
+    send(std::string(displayName(id)) + " login expires in " + std::to_string(days) +
+             (days == 1 ? " day" : " days"),
+         "Log in again to keep tracking.");
+}
+
 } // namespace ostrel

@@ -24,6 +24,7 @@ class UsageNotifier final : public Notifier {
     void notifyBelow10(ProviderID id, const UsageLimit& limit) override;
     void notifyReset(ProviderID id, const UsageLimit& limit) override;
     void notifyLoginExpired(ProviderID id) override;
+    void notifyLoginExpiring(ProviderID id, int days) override;
 
     // Whether the one-time set-up of this run has been made.
     bool setUpDone() const { return setUpDone_; }

@@ -22,6 +22,7 @@ class ClaudeProvider final : public UsageProvider {
     ProviderID id() const override { return ProviderID::claude; }
     WebClient& web() override { return *web_; }
     std::string loginURL() const override { return endpoint_.url(loginPath); }
+    std::string sessionCookieName() const override { return "sessionKey"; }
     Task<UsageSnapshot> fetch() override;
     void reset() override { usageURL_.reset(); }
 

@@ -30,6 +30,10 @@ class CodexProvider final : public UsageProvider {
     ProviderID id() const override { return ProviderID::codex; }
     WebClient& web() override { return *web_; }
     std::string loginURL() const override { return endpoint_.url(loginPath); }
+    // Browsers keep "__Secure-" cookies to HTTPS sites; over plain HTTP the site drops the prefix.
+    std::string sessionCookieName() const override {
+        return endpoint_.scheme == "https" ? "__Secure-next-auth.session-token" : "next-auth.session-token";
+    }
     Task<UsageSnapshot> fetch() override;
     void reset() override { auth_.reset(); }
 

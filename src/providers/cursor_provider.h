@@ -31,6 +31,7 @@ class CursorProvider final : public UsageProvider {
     ProviderID id() const override { return ProviderID::cursor; }
     WebClient& web() override { return *web_; }
     std::string loginURL() const override { return endpoint_.url(loginPath); }
+    std::string sessionCookieName() const override { return sessionCookie; }
     Task<UsageSnapshot> fetch() override;
     // Nothing is cached beyond the web session's cookies.
     void reset() override {}

@@ -93,6 +93,7 @@ void LoginWindow::show(ProviderID id, WebSession& session, const std::string& ur
         gtk_widget_set_vexpand(view_, TRUE);
         gtk_box_append(GTK_BOX(box_), view_);
     }
+    session_ = &session;
     session.load(url);
     // GTK cannot place a window itself; the window manager centres new windows on most desktops.
     gtk_window_present(window_);
@@ -102,6 +103,7 @@ gboolean LoginWindow::onCloseRequest(GtkWindow*, gpointer data) {
     auto* self = static_cast<LoginWindow*>(data);
     // Hide first: the refresh that closing starts must not find the view still on screen.
     gtk_widget_set_visible(GTK_WIDGET(self->window_), FALSE);
+    if (self->session_) self->session_->rest(); // off the site's heavy page again
     if (self->current_ && self->onClose) self->onClose(*self->current_);
     return TRUE; // handled: the window is kept for the next login
 }

@@ -35,6 +35,7 @@ class LoginWindow final : public LoginHost {
     GtkWidget* box_ = nullptr;    // the content: hint, then the web view
     GtkWidget* view_ = nullptr;   // the web view shown now (owned by its session)
     std::optional<ProviderID> current_;
+    WebSession* session_ = nullptr; // the session shown now (owned by its provider)
 };
 
 } // namespace ostrel

@@ -2,6 +2,7 @@
 
 #include "async/loop.h"
 #include "base/usage.h"
+#include "providers/guarded_get.h"
 
 #include <cstdio>
 #include <nlohmann/json.hpp>
@@ -14,7 +15,8 @@ const char* const pageFetchScript =
     "    setTimeout(() => ctrl.abort(), 15000);   // give up after 15 seconds\n"
     "    const r = await fetch(url, { credentials: \"include\", headers: "
     "Object.assign({ \"Accept\": \"application/json\" }, extra), signal: ctrl.signal });\n"
-    "    return JSON.stringify({ code: r.status, body: await r.text() });\n"
+    "    return JSON.stringify({ code: r.status, body: await r.text(), "
+    "retryAfter: r.headers.get(\"Retry-After\"), mitigated: r.headers.get(\"cf-mitigated\") });\n"
     "} catch (e) {\n"
     "    return JSON.stringify({ code: -1, body: String(e) + \" (page: \" + "
     "location.href + \")\" });\n"
@@ -43,11 +45,24 @@ std::string hostOf(const char* uri) {
     return host;
 }
 
+// "scheme://host[:port]" of a URL, or the URL itself when it cannot be read.
+std::string originOf(const std::string& url) {
+    GUri* parsed = g_uri_parse(url.c_str(), G_URI_FLAGS_NONE, nullptr);
+    if (!parsed) return url;
+    const int port = g_uri_get_port(parsed);
+    std::string origin = std::string(g_uri_get_scheme(parsed)) + "://" +
+                         (g_uri_get_host(parsed) ? g_uri_get_host(parsed) : "") +
+                         (port > 0 ? ":" + std::to_string(port) : "");
+    g_uri_unref(parsed);
+    return origin;
+}
+
 } // namespace
 
 WebSession::WebSession(WebContext& context, std::string host, std::string homeURL,
                        std::vector<std::string> loginDomains)
     : context_(context), host_(std::move(host)), homeURL_(std::move(homeURL)),
+      restURL_(originOf(homeURL_) + "/robots.txt"),
       loginDomains_(loginDomains.empty() ? std::vector<std::string>{host_} : std::move(loginDomains)) {
     // Views related to the first one share its web process where the engine allows: one process
     // for the three hidden pages instead of one each.
@@ -70,7 +85,7 @@ WebSession::WebSession(WebContext& context, std::string host, std::string homeUR
     terminated_ = SignalConnection(view_.get(),
                                    g_signal_connect(view_.get(), "web-process-terminated",
                                                     G_CALLBACK(&WebSession::onWebProcessTerminated), this));
-    load(homeURL_);
+    load(restURL_);
 }
 
 WebSession::~WebSession() = default;
@@ -160,7 +175,7 @@ Task<void> WebSession::waitForPage() {
     const char* current = webkit_web_view_get_uri(view_.get());
     if (pageLost_ || !current || !endsWith(hostOf(current), host_)) {
         pageLost_ = false;
-        load(homeURL_);
+        load(restURL_);
     }
     for (int polls = 0;; ++polls) {
         if (!isLoading() && webkit_web_view_get_uri(view_.get())) co_return;
@@ -204,7 +219,15 @@ Task<HttpResult> WebSession::getViaPage(std::string url, Headers headers) {
         throw WebError("Unexpected result from page");
     const int code = parsed["code"].get<int>();
     if (code == -1) throw WebError(parsed["body"].get<std::string>());
-    co_return HttpResult{code, parsed["body"].get<std::string>()};
+    HttpResult r;
+    r.code = code;
+    r.body = parsed["body"].get<std::string>();
+    // The two headers that tell a rate limit and a bot check apart (null when the answer has none).
+    if (auto it = parsed.find("retryAfter"); it != parsed.end() && it->is_string())
+        r.retryAfter = parseRetryAfter(it->get<std::string>());
+    if (auto it = parsed.find("mitigated"); it != parsed.end() && it->is_string())
+        r.challenge = it->get<std::string>() == "challenge";
+    co_return r;
 }
 
 Task<std::vector<WebSession::CookiePtr>> WebSession::allCookies() {
@@ -214,7 +237,10 @@ Task<std::vector<WebSession::CookiePtr>> WebSession::allCookies() {
     auto result = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
         webkit_cookie_manager_get_all_cookies(manager, cancel.get(), cb, ud);
     });
-    GList* list = webkit_cookie_manager_get_all_cookies_finish(manager, result.get(), nullptr);
+    GErrorOut err;
+    GList* list = webkit_cookie_manager_get_all_cookies_finish(manager, result.get(), err.out());
+    // An empty store answers an empty list without an error; a failed or slow read is not "no login".
+    if (!list && err) throw WebError("Could not read the cookie store");
     std::vector<CookiePtr> out;
     for (GList* l = list; l; l = l->next)
         out.emplace_back(static_cast<SoupCookie*>(l->data));
@@ -267,8 +293,15 @@ Task<HttpResult> WebSession::getViaCookies(std::string url, Headers headers) {
     storeAnsweredCookies(msg.get());
     gsize size = 0;
     const auto* data = static_cast<const char*>(g_bytes_get_data(body.get(), &size));
-    co_return HttpResult{static_cast<int>(soup_message_get_status(msg.get())),
-                         std::string(data ? data : "", size)};
+    HttpResult r;
+    r.code = static_cast<int>(soup_message_get_status(msg.get()));
+    r.body.assign(data ? data : "", size);
+    SoupMessageHeaders* answered = soup_message_get_response_headers(msg.get());
+    if (const char* after = soup_message_headers_get_one(answered, "Retry-After"))
+        r.retryAfter = parseRetryAfter(after);
+    if (const char* mitigated = soup_message_headers_get_one(answered, "cf-mitigated"))
+        r.challenge = std::string_view(mitigated) == "challenge";
+    co_return r;
 }
 
 void WebSession::storeAnsweredCookies(SoupMessage* msg) {
@@ -313,7 +346,28 @@ Task<void> WebSession::logOut() {
     g_list_free(kept);
     g_list_free_full(records, reinterpret_cast<GDestroyNotify>(webkit_website_data_unref));
     log("Logged out (" + std::to_string(count) + " data records removed)");
+    load(restURL_);
+}
+
+Task<std::optional<TimePoint>> WebSession::cookieExpiry(std::string name) {
+    for (const auto& c : co_await allCookies()) {
+        if (name != soup_cookie_get_name(c.get()) || !cookieBelongsTo(soup_cookie_get_domain(c.get()), host_))
+            continue;
+        GDateTime* expires = soup_cookie_get_expires(c.get()); // owned by the cookie
+        if (!expires) co_return std::nullopt;                  // a session-only cookie
+        co_return TimePoint(std::chrono::seconds(g_date_time_to_unix(expires)));
+    }
+    co_return std::nullopt;
+}
+
+Task<void> WebSession::visitSite() {
+    // The site's own bot check runs in its full page; the light document has no scripts to run it.
+    log("Visiting " + homeURL_ + " for the site's check");
     load(homeURL_);
+    for (int polls = 0; isLoading() && polls < limits_.pagePolls; ++polls)
+        co_await sleepFor(limits_.pagePoll);
+    co_await sleepFor(limits_.pagePoll * 5); // a moment for the check's own script to finish
+    load(restURL_);
 }
 
 } // namespace ostrel

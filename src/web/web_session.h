@@ -17,7 +17,8 @@ namespace ostrel {
 
 class WebSession final : public WebClient {
   public:
-    // `loginDomains` empty means the host alone. Starts loading `homeURL` at once.
+    // `loginDomains` empty means the host alone. Starts loading the site's light document at once:
+    // between requests the view rests on it rather than on the site's heavy app page.
     WebSession(WebContext& context, std::string host, std::string homeURL,
                std::vector<std::string> loginDomains = {});
     WebSession(const WebSession&) = delete;
@@ -27,10 +28,18 @@ class WebSession final : public WebClient {
     Task<HttpResult> get(std::string url, Headers headers) override;
     Task<bool> hasCookie(std::string name) override;
     Task<void> logOut() override;
+    Task<std::optional<TimePoint>> cookieExpiry(std::string name) override;
+    Task<void> visitSite() override;
+
+    // Sends the view back to the light document (after the login window showed the real site).
+    void rest() { load(restURL_); }
 
     WebKitWebView* webView() const { return view_.get(); }
     const std::string& host() const { return host_; }
     const std::string& homeURL() const { return homeURL_; }
+    // A small document of the service's own origin: enough to run a request with the site's cookies
+    // and fetch metadata, without the scripts, timers and background requests of its app page.
+    const std::string& restURL() const { return restURL_; }
     const std::vector<std::string>& loginDomains() const { return loginDomains_; }
 
     // Loads `url` in the view (a 60-second bound on the load).
@@ -70,6 +79,7 @@ class WebSession final : public WebClient {
     WebContext& context_;
     std::string host_;
     std::string homeURL_;
+    std::string restURL_;
     std::vector<std::string> loginDomains_;
     GObjectPtr<WebKitWebView> view_;
     SignalConnection loadChanged_;

@@ -17,11 +17,14 @@ class NullWeb final : public WebClient {
   public:
     Task<HttpResult> get(std::string, Headers) override { throw WebError("not used"); }
     Task<bool> hasCookie(std::string) override { co_return false; }
+    Task<std::optional<TimePoint>> cookieExpiry(std::string) override { co_return expiry; }
+    Task<void> visitSite() override { co_return; }
     Task<void> logOut() override {
         ++logOuts;
         co_return;
     }
     int logOuts = 0;
+    std::optional<TimePoint> expiry; // of the login cookie
 };
 
 class ScriptedProvider final : public UsageProvider {
@@ -30,6 +33,7 @@ class ScriptedProvider final : public UsageProvider {
     ProviderID id() const override { return id_; }
     WebClient& web() override { return web_; }
     std::string loginURL() const override { return "https://login.test/" + std::string(rawValue(id_)); }
+    std::string sessionCookieName() const override { return "session"; }
     Task<UsageSnapshot> fetch() override {
         ++fetches;
         if (gate) co_await gate->wait(); // lets a test hold a fetch open
@@ -66,6 +70,9 @@ class RecordingNotifier final : public Notifier {
     void notifyReset(ProviderID id, const UsageLimit& l) override { sent.push_back(text(id, "reset", l)); }
     void notifyLoginExpired(ProviderID id) override {
         sent.push_back(std::string(rawValue(id)) + " loginExpired");
+    }
+    void notifyLoginExpiring(ProviderID id, int days) override {
+        sent.push_back(std::string(rawValue(id)) + " loginExpiring " + std::to_string(days));
     }
     std::vector<std::string> take() { return std::exchange(sent, {}); }
     std::vector<std::string> sent;

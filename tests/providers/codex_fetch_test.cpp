@@ -54,7 +54,7 @@ TEST_F(CodexFetch, SessionEndpointAnswers) {
         web->answer(200, body);
         EXPECT_EQ(fetchError(), "chatgpt.test sent a page instead of session data") << body;
     }
-    web->answer(403, "<html>challenge</html>");
+    web->answer(403, "{}");
     EXPECT_EQ(fetchError(), "HTTP 403 from chatgpt.test");
     // A 401 on the usage request whose retry fails at the session endpoint reports that failure.
     web->answer(200, session("tok-1"));
@@ -71,8 +71,8 @@ TEST_F(CodexFetch, UsageEndpointAnswers) {
     EXPECT_EQ(fetchError(), "chatgpt.test sent a page instead of usage data");
     web->answer(403, "");
     EXPECT_EQ(fetchError(), "HTTP 403 from chatgpt.test") << "only a 401 means the token was refused";
-    web->answer(429, "");
-    EXPECT_EQ(fetchError(), "HTTP 429 from chatgpt.test");
+    web->answer(409, "");
+    EXPECT_EQ(fetchError(), "HTTP 409 from chatgpt.test");
     web->answerWith([](const ScriptedWeb::Call&) -> HttpResult { throw WebError("Page: a | Direct: b"); });
     EXPECT_EQ(fetchError(), "Page: a | Direct: b") << "web errors pass through";
     EXPECT_EQ(web->calls.size(), 6u) << "none of these drops the token";

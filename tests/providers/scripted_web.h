@@ -24,7 +24,12 @@ class ScriptedWeb final : public WebClient {
     };
     // Answers are taken in order; a function answer may throw.
     void answer(int code, std::string body) {
-        answers_.push_back([=](const Call&) { return HttpResult{code, body}; });
+        answers_.push_back([=](const Call&) {
+            HttpResult r;
+            r.code = code;
+            r.body = body;
+            return r;
+        });
     }
     void answerWith(std::function<HttpResult(const Call&)> f) { answers_.push_back(std::move(f)); }
 
@@ -38,7 +43,13 @@ class ScriptedWeb final : public WebClient {
     }
     Task<bool> hasCookie(std::string name) override {
         cookieChecks.push_back(name);
+        if (cookieStoreFails) throw WebError("Could not read the cookie store");
         co_return hasCookieResult;
+    }
+    Task<std::optional<TimePoint>> cookieExpiry(std::string) override { co_return std::nullopt; }
+    Task<void> visitSite() override {
+        ++siteVisits;
+        co_return;
     }
     Task<void> logOut() override {
         ++logOuts;
@@ -48,7 +59,9 @@ class ScriptedWeb final : public WebClient {
     std::vector<Call> calls;
     std::vector<std::string> cookieChecks;
     bool hasCookieResult = true;
+    bool cookieStoreFails = false;
     int logOuts = 0;
+    int siteVisits = 0;
 
   private:
     std::deque<std::function<HttpResult(const Call&)>> answers_;

@@ -32,7 +32,12 @@ class WebSessionTest : public WebFixture {
         return std::string("/api/organizations/") + FakeClaude::orgUuid + "/usage";
     }
     std::string usageURL() const { return claude_.origin() + usagePath(); }
-    void logIn() { logInThroughForm(*session_, claude_.origin() + "/login", FakeClaude::cookieName); }
+    // As the login window does: the form, then back to the light document.
+    void logIn() {
+        logInThroughForm(*session_, claude_.origin() + "/login", FakeClaude::cookieName);
+        session_->rest();
+        waitForLoad(session_->webView());
+    }
     void addCookie(const std::string& domain, const std::string& name, const std::string& value) {
         runSync(context_->addCookie(name, value, domain, 3600), 10s);
     }
@@ -80,8 +85,7 @@ TEST_F(WebSessionTest, LoginThroughTheFormThenFetchThroughThePage) {
     const auto out = splitLines(logged);
     ASSERT_EQ(out.size(), 3u) << logged;
     EXPECT_EQ(out[0], "[Ostrel][127.0.0.2] GET " + usageURL());
-    EXPECT_EQ(out[1],
-              "[Ostrel][127.0.0.2] Page ready: " + claude_.origin() + "/settings/usage, loading: false");
+    EXPECT_EQ(out[1], "[Ostrel][127.0.0.2] Page ready: " + claude_.origin() + "/robots.txt, loading: false");
     EXPECT_EQ(out[2], "[Ostrel][127.0.0.2] Page fetch → HTTP 200");
     const auto seen = claude_.server().requestsTo(usagePath());
     ASSERT_EQ(seen.size(), 1u) << "one request, no fall-back";
@@ -150,6 +154,7 @@ TEST_F(WebSessionTest, ABotWallStopsTheDirectRouteButNotThePage) {
 
 TEST_F(WebSessionTest, BothRoutesFailingGiveTheCombinedMessage) {
     makeSession("/broken");
+    loadAndWait(session_->webView(), claude_.origin() + "/broken");
     std::string logged;
     const std::string message = failure(usageURL(), logged);
     EXPECT_EQ(message.rfind("Page: ", 0), 0u) << message;
@@ -183,8 +188,7 @@ TEST_F(WebSessionTest, APageOnAnotherHostIsSentHomeFirst) {
     loadAndWait(session_->webView(), elsewhere.origin() + "/");
     std::string logged;
     EXPECT_EQ(get(usageURL(), {}, logged).code, 200);
-    EXPECT_NE(logged.find("Page ready: " + claude_.origin() + "/settings/usage"), std::string::npos)
-        << logged;
+    EXPECT_NE(logged.find("Page ready: " + claude_.origin() + "/robots.txt"), std::string::npos) << logged;
     EXPECT_NE(logged.find("Page fetch → HTTP 200"), std::string::npos);
 }
 
@@ -268,6 +272,5 @@ TEST_F(WebSessionTest, LogOutRemovesOnlyTheLoginDomainsData) {
     EXPECT_TRUE(runSync(lookAlike.hasCookie("look-alike"), 10s))
         << "same letters without a dot are another domain";
     waitForLoad(session_->webView());
-    EXPECT_EQ(std::string(webkit_web_view_get_uri(session_->webView())),
-              claude_.origin() + "/settings/usage");
+    EXPECT_EQ(std::string(webkit_web_view_get_uri(session_->webView())), claude_.origin() + "/robots.txt");
 }
