@@ -1,3 +1,5 @@
+#include "base/log.h"
+#include "model/refresh_rules.h"
 #include "model/usage_model.h"
 #include "scripted_model.h"
 #include "support/test_env.h"
@@ -263,4 +265,91 @@ TEST_F(UsageModelTest, LoginWindowActions) {
     login.onClose(ProviderID::cursor);
     testing::internal::GetCapturedStdout();
     EXPECT_EQ(scripted[ProviderID::cursor]->fetches, 1) << "closing the window refreshes that service";
+}
+
+// The site's bot check and a rate limit keep the numbers, the login and the tray entry; a rate limit
+// also keeps the poll and the reset-time re-fetch away until its time, but not the user's Refresh.
+TEST_F(UsageModelTest, WallsAndRateLimitsKeepTheNumbersAndTheLogin) {
+    ScopedLogSink quiet([](const std::string&) {});
+    onlyClaude();
+    model->setJitter([] { return 1.0; });
+    auto* p = scripted[ProviderID::claude];
+    p->then(snap(limit("session", 40, 10min)));
+    refresh(ProviderID::claude);
+
+    fail(ProviderID::claude, ProviderError::botCheck("claude.test"));
+    ProviderState s = model->state(ProviderID::claude);
+    EXPECT_EQ(s.status, "Blocked by claude.test's bot check. Showing last known numbers.");
+    EXPECT_TRUE(s.blockedByBotCheck);
+    EXPECT_TRUE(model->isLoggedIn(ProviderID::claude));
+    EXPECT_EQ(model->trayEntries().size(), 1u);
+
+    fail(ProviderID::claude, ProviderError::rateLimited("claude.test", 240s));
+    s = model->state(ProviderID::claude);
+    EXPECT_EQ(s.status, "Rate limited; next try in 4m");
+    EXPECT_FALSE(s.blockedByBotCheck);
+    EXPECT_TRUE(model->isLoggedIn(ProviderID::claude));
+    EXPECT_TRUE(notifier.take().empty()) << "neither is a log-out";
+
+    p->fetches = 0;
+    p->script.clear();
+    p->thenThrow(ProviderError::rateLimited("claude.test", std::nullopt));
+    model->start(); // the poll's first pass comes at once
+    clock.advance(3min);
+    EXPECT_EQ(p->fetches, 0) << "neither the poll nor the passed reset time asks before the wait is over";
+    EXPECT_EQ(model->state(ProviderID::claude).status, "Rate limited; next try in 1m")
+        << "the countdown moves";
+    clock.advance(1min);
+    EXPECT_EQ(p->fetches, 1);
+    EXPECT_EQ(model->state(ProviderID::claude).status, "Rate limited; next try in 4m")
+        << "the second limit in a row, without Retry-After: 2 minutes doubled";
+    runSync(model->refreshAll(), 5s);
+    EXPECT_EQ(p->fetches, 2) << "the user's Refresh tries at once";
+    EXPECT_EQ(model->state(ProviderID::claude).status, "Rate limited; next try in 8m");
+    p->script.clear();
+    p->then(snap(limit("session", 50, 10min)));
+    runSync(model->refreshAll(), 5s);
+    EXPECT_FALSE(model->state(ProviderID::claude).retryAt) << "a success ends the back-off";
+    EXPECT_EQ(rateLimitPause(1, std::nullopt, 0.8), 96s);
+    EXPECT_EQ(rateLimitPause(9, std::nullopt, 1.2), 36min) << "30 minutes at most, before the spread";
+}
+
+// A log-out while a refresh of that service is under way wins: the old login's answer is dropped.
+TEST_F(UsageModelTest, ALogOutDuringARefreshWins) {
+    ScopedLogSink quiet([](const std::string&) {});
+    onlyClaude();
+    auto* p = scripted[ProviderID::claude];
+    p->then(snap(limit("session", 95, 1h)));
+    refresh(ProviderID::claude);
+    p->gate = std::make_shared<AsyncEvent>();
+    p->script.clear();
+    p->thenThrow(ProviderError::needsLogin());
+    spawn(model->refresh(ProviderID::claude));
+    runSync(model->logOut(ProviderID::claude), 5s);
+    p->gate->set();
+    runLoopUntil([&] { return !model->isRefreshing(); }, 5s);
+    const ProviderState s = model->state(ProviderID::claude);
+    EXPECT_EQ(s.status, "Logged out");
+    EXPECT_FALSE(s.snapshot);
+    EXPECT_TRUE(notifier.take().empty()) << "no login-expired for the refresh that lost";
+    EXPECT_EQ(p->resets, 2) << "whatever the old refresh cached is forgotten again";
+}
+
+TEST_F(UsageModelTest, ALoginThatExpiresIsSeenComing) {
+    ScopedLogSink quiet([](const std::string&) {});
+    onlyClaude();
+    auto* p = scripted[ProviderID::claude];
+    p->then(snap(limit("session", 10, 1h)));
+    p->web_.expiry = clock.now() + 5 * 24h + 1h;
+    refresh(ProviderID::claude);
+    EXPECT_EQ(loginExpiryText(model->state(ProviderID::claude), clock.now()),
+              "Logged in · expires in 5 days");
+    EXPECT_TRUE(notifier.take().empty());
+    p->web_.expiry = clock.now() + 47h;
+    refresh(ProviderID::claude);
+    refresh(ProviderID::claude);
+    EXPECT_EQ(notifier.take(), std::vector<std::string>{"claude loginExpiring 2"}) << "once per login";
+    p->web_.expiry.reset(); // a session-only cookie says nothing
+    refresh(ProviderID::claude);
+    EXPECT_EQ(loginExpiryText(model->state(ProviderID::claude), clock.now()), std::nullopt);
 }
