@@ -12,7 +12,7 @@ namespace ostrel {
 const char* const pageFetchScript =
     "try {\n"
     "    const ctrl = new AbortController();\n"
-    "    setTimeout(() => ctrl.abort(), 15000);   // give up after 15 seconds\n"
+    "    setTimeout(() => ctrl.abort(), timeout);   // give up after timeout ms\n"
     "    const r = await fetch(url, { credentials: \"include\", headers: "
     "Object.assign({ \"Accept\": \"application/json\" }, extra), signal: ctrl.signal });\n"
     "    return JSON.stringify({ code: r.status, body: await r.text(), "
@@ -193,6 +193,8 @@ Task<HttpResult> WebSession::getViaPage(std::string url, Headers headers) {
     g_variant_builder_init(&args, G_VARIANT_TYPE_VARDICT);
     g_variant_builder_add(&args, "{sv}", "url", g_variant_new_string(url.c_str()));
     g_variant_builder_add(&args, "{sv}", "extra", g_variant_builder_end(&extra));
+    g_variant_builder_add(&args, "{sv}", "timeout",
+                          g_variant_new_int32(static_cast<gint32>(limits_.pageFetchAbort.count())));
     GVariant* arguments = g_variant_builder_end(&args); // floating: the call takes it
 
     // The script aborts its own request; this bound is for a web process that never answers at all.

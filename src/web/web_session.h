@@ -90,8 +90,9 @@ class WebSession final : public WebClient {
     Limits limits_;
 };
 
-// The script the page route runs as the body of an async function with arguments `url` and
-// `extra`: it always resolves to the text of {"code": status, "body": text}, code -1 on failure.
+// The script the page route runs as the body of an async function with arguments `url`, `extra`
+// and `timeout` (milliseconds, 15000 unless a test shortens it): it always resolves to the text of {"code":
+// status, "body": text}, code -1 on failure.
 extern const char* const pageFetchScript;
 
 } // namespace ostrel

@@ -55,10 +55,9 @@ void AppFixture::startApp(Clock* clock) {
 
 void AppFixture::logInEverywhere() {
     WebContext& web = core_->web();
-    runSync(web.addCookie(fake::FakeClaude::cookieName, claude_.issueSession(), claude_.host(), 3600), 10s);
-    runSync(web.addCookie(fake::FakeCursor::cookieName, cursor_.issueSession(), cursor_.host(), 3600), 10s);
-    runSync(web.addCookie(fake::FakeChatGPT::cookieName, chatgpt_.issueSession(), chatgpt_.host(), 3600),
-            10s);
+    runSync(web.addCookie(fake::FakeClaude::cookieName, claude_.issueSession(), claude_.host()), 10s);
+    runSync(web.addCookie(fake::FakeCursor::cookieName, cursor_.issueSession(), cursor_.host()), 10s);
+    runSync(web.addCookie(fake::FakeChatGPT::cookieName, chatgpt_.issueSession(), chatgpt_.host()), 10s);
 }
 
 void AppFixture::refresh(ProviderID id) {

@@ -164,6 +164,24 @@ TEST_F(FaultMatrix, BrokenTransfersEndInABoundedErrorAndTheLoopRunsMeanwhile) {
     EXPECT_TRUE(hung.numbersKept && hung.cookieKept && hung.recovered);
 }
 
+// A slow service and its bot wall together: the page's request runs out of time, the direct
+// request meets the wall. That is no log-out: numbers, tray entry and login stay, nothing is posted.
+TEST_F(FaultMatrix, ASlowPageThenTheBotWallIsNotALogOut) {
+    WebSession::Limits quick;
+    quick.pageFetchAbort = 1s; // the page gives up after 6 s instead of 20
+    core_->session(ProviderID::claude).setLimits(quick);
+    claude_.site().setWall(fake::FakeSite::Wall::direct);
+    const Seen walled =
+        tryClaudeFault("slow page, then the bot wall", answerWith([](FakeAnswer& a) { a.hang = true; }));
+    EXPECT_EQ(walled.status, "Blocked by 127.0.0.2's bot check. Showing last known numbers.");
+    EXPECT_EQ(claude_.site().walledDirect(), 2) << "one try, then one more after visiting the site";
+    EXPECT_NE(log_.find("Visiting " + claude_.origin() + "/settings/usage for the site's check"),
+              std::string::npos);
+    EXPECT_NE(walled.tray.find("Claude"), std::string::npos) << walled.tray;
+    EXPECT_TRUE(walled.notifications.empty()) << walled.notifications;
+    EXPECT_TRUE(walled.numbersKept && walled.cookieKept && walled.recovered);
+}
+
 TEST_F(FaultMatrix, OddNumbersAndDatesAreReadSafely) {
     const auto now = std::chrono::system_clock::now();
     struct Case {
