@@ -1,6 +1,7 @@
 #include "app/demo.h"
 
 #include "async/loop.h"
+#include "base/log.h"
 #include "web/web_session.h"
 
 #include <algorithm>
@@ -40,6 +41,12 @@ Demo::Demo() : start_(std::chrono::system_clock::now()) {
     services_.feedback = *ServiceEndpoint::parse(feedback_.origin());
     services_.chatgptAccountDomain = chatgpt_.accountHost();
     services_.cursorOlderDomain = "127.0.0.7"; // nothing lives there; it only needs to be someone else's
+    // For measuring what the services' real pages would cost: heavy single-page-app pages.
+    if (const char* pages = g_getenv("OSTREL_DEMO_PAGES"); pages && std::string_view(pages) == "app") {
+        for (fake::FakeSite* site : {&claude_.site(), &cursor_.site(), &chatgpt_.site()})
+            site->setSinglePageApp(200);
+        log("Demo: the services' pages behave like large single-page apps");
+    }
     GCharPtr folder(g_dir_make_tmp("ostrel-demo-XXXXXX", nullptr));
     folder_ = folder ? folder.get() : "";
     showUsageAt(0s);
@@ -55,6 +62,10 @@ Demo::Demo() : start_(std::chrono::system_clock::now()) {
 }
 
 Demo::~Demo() {
+    // What the benchmark reads: the pages' own requests, which the app should never let happen.
+    const std::size_t own = claude_.site().backgroundRequests() + cursor_.site().backgroundRequests() +
+                            chatgpt_.site().backgroundRequests();
+    log("Demo: the services' pages made " + std::to_string(own) + " requests of their own");
     if (!folder_.empty()) removeTree(folder_);
 }
 

@@ -1,0 +1,135 @@
+// What the hidden pages cost at rest: runs the app in demo mode twice, once with the stand-in
+// services' light pages and once with pages that behave like large single-page apps (a big script
+// heap, a frame loop, a busy timer, a request of their own every 5 s), and prints for each the
+// proportional memory of the whole process tree at rest and during a poll, the CPU it used, and the
+// requests the pages made on their own. Run by hand on a display:
+//   dbus-run-session -- xvfb-run -a -s -noreset build/bench/app/pages_bench [seconds] [ostrel]
+#include "base/gobject_ptr.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <gio/gio.h>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+using namespace ostrel;
+
+namespace {
+
+void runFor(double seconds) {
+    const gint64 end = g_get_monotonic_time() + static_cast<gint64>(seconds * G_USEC_PER_SEC);
+    while (g_get_monotonic_time() < end) {
+        g_main_context_iteration(nullptr, FALSE);
+        g_usleep(10000);
+    }
+}
+
+std::vector<int> tree(int root) {
+    std::vector<int> out{root};
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        std::ifstream children("/proc/" + std::to_string(out[i]) + "/task/" + std::to_string(out[i]) +
+                               "/children");
+        for (int child; children >> child;)
+            out.push_back(child);
+    }
+    return out;
+}
+
+long pssKiB(int pid) {
+    std::ifstream rollup("/proc/" + std::to_string(pid) + "/smaps_rollup");
+    for (std::string line; std::getline(rollup, line);)
+        if (line.rfind("Pss:", 0) == 0) return std::stol(line.substr(4));
+    return 0;
+}
+
+double cpuSeconds(int pid) {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string text((std::istreambuf_iterator<char>(stat)), {});
+    const auto close = text.rfind(')');
+    if (close == std::string::npos) return 0;
+    std::istringstream rest(text.substr(close + 2));
+    std::vector<std::string> fields;
+    for (std::string f; rest >> f;)
+        fields.push_back(f);
+    if (fields.size() < 13) return 0;
+    return static_cast<double>(std::stoll(fields[11]) + std::stoll(fields[12])) /
+           static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+struct Figures {
+    double restMB = 0, pollMB = 0, cpuPercent = 0;
+    long ownRequests = -1;
+};
+
+Figures measure(const char* binary, const char* pages, int seconds, const std::string& home) {
+    GObjectPtr<GSubprocessLauncher> launcher = adopt(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_NONE));
+    for (const char* var : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME"})
+        g_subprocess_launcher_setenv(launcher.get(), var, (home + "/" + pages + "/" + var).c_str(), TRUE);
+    g_subprocess_launcher_setenv(launcher.get(), "GTK_A11Y", "none", TRUE);
+    g_subprocess_launcher_setenv(launcher.get(), "OSTREL_DEMO_PAGES", pages, TRUE);
+    const std::string logPath = home + "/" + pages + ".log";
+    g_subprocess_launcher_set_stdout_file_path(launcher.get(), logPath.c_str());
+    GErrorOut err;
+    GObjectPtr<GSubprocess> app =
+        adopt(g_subprocess_launcher_spawn(launcher.get(), err.out(), binary, "--demo", nullptr));
+    if (!app) {
+        std::fprintf(stderr, "cannot start %s: %s\n", binary, err.message().c_str());
+        std::exit(1);
+    }
+    const int pid = std::atoi(g_subprocess_get_identifier(app.get()));
+    runFor(20); // start, log in, the first refresh and its pages
+    std::vector<int> procs = tree(pid);
+    double cpuBefore = 0;
+    for (int p : procs)
+        cpuBefore += cpuSeconds(p);
+    std::vector<long> samples;
+    for (int s = 0; s < seconds; ++s) {
+        runFor(1);
+        long total = 0;
+        for (int p : tree(pid))
+            total += pssKiB(p);
+        samples.push_back(total);
+    }
+    double cpuAfter = 0;
+    for (int p : procs)
+        cpuAfter += cpuSeconds(p);
+    g_subprocess_send_signal(app.get(), SIGTERM);
+    g_subprocess_wait(app.get(), nullptr, nullptr);
+
+    Figures f;
+    std::sort(samples.begin(), samples.end());
+    f.restMB = static_cast<double>(samples[samples.size() / 10]) / 1024.0; // a low decile: between polls
+    f.pollMB = static_cast<double>(samples.back()) / 1024.0;
+    f.cpuPercent = 100.0 * (cpuAfter - cpuBefore) / seconds;
+    std::ifstream log(logPath);
+    const std::regex own(R"(made (\d+) requests of their own)");
+    for (std::string line; std::getline(log, line);)
+        if (std::smatch m; std::regex_search(line, m, own)) f.ownRequests = std::stol(m[1]);
+    return f;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const int seconds = argc > 1 ? std::max(30, std::atoi(argv[1])) : 300;
+    const char* binary = argc > 2 ? argv[2] : OSTREL_APP_BINARY;
+    GCharPtr tmp(g_dir_make_tmp("ostrel-pages-XXXXXX", nullptr));
+    const std::string home = tmp.get();
+    std::printf("three demo services logged in, 60 s polls, panel closed, %d s measured after a 20 s start\n",
+                seconds);
+    std::printf("%-22s %14s %16s %12s %22s\n", "pages", "PSS at rest", "PSS during poll", "CPU",
+                "page-initiated requests");
+    for (const char* pages : {"light", "app"}) {
+        const Figures f = measure(binary, pages, seconds, home);
+        std::printf("%-22s %11.0f MB %13.0f MB %10.2f %% %22ld\n",
+                    std::string(pages) == "app" ? "single-page app" : "light (one line)", f.restMB, f.pollMB,
+                    f.cpuPercent, f.ownRequests);
+    }
+    const std::string rm = "rm -rf '" + home + "'";
+    return std::system(rm.c_str()) == 0 ? 0 : 1;
+}
