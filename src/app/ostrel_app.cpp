@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <glib-unix.h>
+#include <tuple>
 
 namespace ostrel {
 
@@ -61,21 +62,27 @@ void OstrelApp::on_startup() {
         model, [this] { quit(); }, core_->feedbackEndpoint());
     add_window(*panel_);
 
-    TrayItem::Actions actions;
-    actions.activate = [this](int x, int y) {
-        if (x == 0 && y == 0)
-            openPanel();
-        else
-            openPanel(std::pair{x, y});
-    };
-    actions.refresh = [&model] { spawn(model.refreshAll()); };
-    actions.quit = [this] { quit(); };
+    // The application's actions, which the tray activates by name.
+    add_action("open-panel", [this] { openPanel(); });
+    add_action_with_parameter(
+        "open-panel-at", Glib::VariantType("(ii)"), [this](const Glib::VariantBase& at) {
+            const auto [x, y] =
+                Glib::VariantBase::cast_dynamic<Glib::Variant<std::tuple<int, int>>>(at).get();
+            if (x == 0 && y == 0) // the host did not say where
+                openPanel();
+            else
+                openPanel(std::pair{x, y});
+        });
+    add_action("refresh", [&model] { spawn(model.refreshAll()); });
+    add_action("quit", [this] { quit(); });
+
+    GActionGroup* actions = G_ACTION_GROUP(gobj());
     const char* style = g_getenv("OSTREL_TRAY_ITEMS");
     if (style && std::strcmp(style, "per-service") == 0) {
         serviceItems_ = std::make_unique<ServiceTrayItems>(
             model, [bus, actions](int index) { return std::make_unique<TrayItem>(bus, actions, index); });
     } else {
-        tray_ = std::make_unique<TrayItem>(bus, std::move(actions));
+        tray_ = std::make_unique<TrayItem>(bus, actions);
         presenter_ = std::make_unique<TrayPresenter>(model, *tray_);
     }
 

@@ -25,9 +25,9 @@ void ServiceTrayItems::update() {
         items_.push_back(makeItem_(static_cast<int>(items_.size()) + 1));
 
     if (shown.empty()) {
-        std::vector<TrayItem::Pixmap> icon;
+        std::vector<TrayPixmap> icon;
         for (int px : {22, 44})
-            icon.push_back(TrayItem::fromSurface(renderPlainIcon(px, dark).get()));
+            icon.push_back(TrayPixmap::fromSurface(renderPlainIcon(px, dark).get()));
         items_[0]->update(std::move(icon), "Ostrel", "");
         return;
     }
@@ -35,10 +35,10 @@ void ServiceTrayItems::update() {
         const TrayEntry& item = shown[i];
         const ProviderState s = model_.state(item.id);
         const double left = s.snapshot && s.snapshot->main ? s.snapshot->main->percentLeft() : 0;
-        std::vector<TrayItem::Pixmap> badge;
+        std::vector<TrayPixmap> badge;
         for (int px : {22, 44})
             badge.push_back(
-                TrayItem::fromSurface(renderServiceBadge(item.id, left, item.level, dark, px).get()));
+                TrayPixmap::fromSurface(renderServiceBadge(item.id, left, item.level, dark, px).get()));
         items_[i]->update(std::move(badge), spokenText(item), item.text);
     }
 }

@@ -13,12 +13,12 @@ TrayPresenter::~TrayPresenter() {
     changed_.disconnect();
 }
 
-std::vector<TrayItem::Pixmap> TrayPresenter::labelPixmaps(const std::vector<TrayEntry>& items, bool isDark) {
-    std::vector<TrayItem::Pixmap> out;
+std::vector<TrayPixmap> TrayPresenter::labelPixmaps(const std::vector<TrayEntry>& items, bool isDark) {
+    std::vector<TrayPixmap> out;
     for (double scale : {1.0, 2.0}) {
         CairoSurfacePtr surface = items.empty() ? renderPlainIcon(static_cast<int>(22 * scale), isDark)
                                                 : TrayLabel{items, isDark}.render(scale);
-        if (surface) out.push_back(TrayItem::fromSurface(surface.get()));
+        if (surface) out.push_back(TrayPixmap::fromSurface(surface.get()));
     }
     return out;
 }

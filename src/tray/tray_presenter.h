@@ -23,7 +23,7 @@ class TrayPresenter {
     void update();
 
     // The pictures offered for a label: at scale 1 and 2, so hosts pick the sharper one.
-    static std::vector<TrayItem::Pixmap> labelPixmaps(const std::vector<TrayEntry>& items, bool isDark);
+    static std::vector<TrayPixmap> labelPixmaps(const std::vector<TrayEntry>& items, bool isDark);
     // The text of the label: each service's text, joined (GNOME shows it beside the icon).
     static std::string labelText(const std::vector<TrayEntry>& items);
 

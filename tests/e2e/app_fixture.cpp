@@ -48,7 +48,7 @@ void AppFixture::startApp(Clock* clock) {
     options.bus = appBus_.get();
     testing::internal::CaptureStdout();
     core_ = std::make_unique<AppCore>(options, clock ? *clock : systemClock_);
-    tray_ = std::make_unique<TrayItem>(appBus_.get(), TrayItem::Actions{});
+    tray_ = std::make_unique<TrayItem>(appBus_.get(), nullptr);
     presenter_ = std::make_unique<TrayPresenter>(core_->model(), *tray_);
     log_ += testing::internal::GetCapturedStdout();
 }

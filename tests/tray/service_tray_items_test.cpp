@@ -21,9 +21,8 @@ TEST(ServiceTrayItems, OneSquareItemPerServiceShowingAndBackToThePlainIcon) {
     ASSERT_TRUE(runLoopUntil([&] { return watcher.owned(); }, 5s));
 
     ScriptedModel m;
-    ServiceTrayItems tray(*m.model, [&](int index) {
-        return std::make_unique<TrayItem>(app.get(), TrayItem::Actions{}, index);
-    });
+    ServiceTrayItems tray(*m.model,
+                          [&](int index) { return std::make_unique<TrayItem>(app.get(), nullptr, index); });
     ASSERT_EQ(tray.items().size(), 1u) << "nothing to show: the plain icon";
 
     for (ProviderID id : {ProviderID::claude, ProviderID::codex})

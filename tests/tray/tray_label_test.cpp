@@ -55,7 +55,7 @@ Ink inkIn(cairo_surface_t* s, int x0, int x1) {
 
 } // namespace
 
-TEST(TrayLabel, LogoTakesTheLevelsColourAndTextTheBarsContrast) {
+TEST(TrayLabel, LogoTakesTheLevelsColourTextTheTraysContrastAndWidthTheText) {
     const std::vector<TrayEntry> items{{ProviderID::claude, "8% · 50m", UsageLevel::low},
                                        {ProviderID::cursor, "42%", UsageLevel::medium},
                                        {ProviderID::codex, "80%", UsageLevel::veryHigh}};
@@ -76,9 +76,8 @@ TEST(TrayLabel, LogoTakesTheLevelsColourAndTextTheBarsContrast) {
     }
     EXPECT_EQ(iconColor(UsageLevel::medium, true), iconColor(UsageLevel::high, true));
     EXPECT_FALSE((TrayLabel{{}, true}.render(1.0))) << "no items, no label";
-}
 
-TEST(TrayLabel, LongerTextMakesAWiderLabelOfTheSameHeight) {
+    // Longer text widens the label; its height stays.
     CairoSurfacePtr narrow = TrayLabel{{{ProviderID::claude, "8%", UsageLevel::low}}, true}.render(1);
     CairoSurfacePtr wide = TrayLabel{{{ProviderID::claude, "8% · 2d 23h", UsageLevel::low}}, true}.render(1);
     EXPECT_GT(cairo_image_surface_get_width(wide.get()), cairo_image_surface_get_width(narrow.get()) + 20);
