@@ -20,6 +20,7 @@ class SilentNotifier final : public Notifier {
     void notifyBelow10(ProviderID, const UsageLimit&) override {}
     void notifyReset(ProviderID, const UsageLimit&) override {}
     void notifyLoginExpired(ProviderID) override { ++loginExpired; }
+    void notifyLoginExpiring(ProviderID, int) override {}
     int loginExpired = 0;
 };
 
