@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <glib-unix.h>
+#include <tuple>
 
 namespace ostrel {
 
@@ -57,19 +58,17 @@ void OstrelApp::on_startup() {
     appearance_ = std::make_unique<TrayAppearance>(bus, [&model] { model.updateTrayAppearance(); });
     model.setAppearanceSource([this] { return appearance_->barIsDark(); });
 
-    panel_ = std::make_unique<PanelWindow>(
-        model, [this] { quit(); }, core_->feedbackEndpoint());
+    addActions();
+    panel_ = std::make_unique<PanelWindow>(model, core_->feedbackEndpoint());
     add_window(*panel_);
 
+    // The tray's clicks and menu go through the same actions as the panel's buttons.
     TrayItem::Actions actions;
     actions.activate = [this](int x, int y) {
-        if (x == 0 && y == 0)
-            openPanel();
-        else
-            openPanel(std::pair{x, y});
+        activate_action("open-panel-at", Glib::Variant<std::tuple<int, int>>::create({x, y}));
     };
-    actions.refresh = [&model] { spawn(model.refreshAll()); };
-    actions.quit = [this] { quit(); };
+    actions.refresh = [this] { activate_action("refresh"); };
+    actions.quit = [this] { activate_action("quit"); };
     const char* style = g_getenv("OSTREL_TRAY_ITEMS");
     if (style && std::strcmp(style, "per-service") == 0) {
         serviceItems_ = std::make_unique<ServiceTrayItems>(
@@ -93,7 +92,7 @@ void OstrelApp::on_startup() {
 void OstrelApp::on_activate() {
     // The first start only sets up the tray; starting the app again opens the panel.
     if (!std::exchange(activatedOnce_, true)) return;
-    openPanel();
+    activate_action("open-panel");
 }
 
 void OstrelApp::openPanel(std::optional<std::pair<int, int>> near) {
