@@ -136,13 +136,3 @@ TEST_F(SettingsViewTest, AccountControlsFollowTheLogin) {
     EXPECT_EQ(m.provider(cursor).web_.logOuts, 2);
     EXPECT_EQ(m.login.shown, (std::vector<ProviderID>{cursor, cursor}));
 }
-
-TEST_F(SettingsViewTest, LogInIsDisabledForAServiceWithoutAProvider) {
-    host.reset();
-    view.reset();
-    PanelModel partial({codex});
-    SettingsView alone(*partial.model);
-    Host h(alone);
-    EXPECT_FALSE(named<Gtk::Button>(alone, "log-in-codex").is_sensitive());
-    EXPECT_TRUE(named<Gtk::Button>(alone, "log-in-claude").is_sensitive());
-}
