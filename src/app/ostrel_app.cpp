@@ -58,24 +58,11 @@ void OstrelApp::on_startup() {
     appearance_ = std::make_unique<TrayAppearance>(bus, [&model] { model.updateTrayAppearance(); });
     model.setAppearanceSource([this] { return appearance_->barIsDark(); });
 
-    panel_ = std::make_unique<PanelWindow>(
-        model, [this] { quit(); }, core_->feedbackEndpoint());
+    addActions();
+    panel_ = std::make_unique<PanelWindow>(model, core_->feedbackEndpoint());
     add_window(*panel_);
 
-    // The application's actions, which the tray activates by name.
-    add_action("open-panel", [this] { openPanel(); });
-    add_action_with_parameter(
-        "open-panel-at", Glib::VariantType("(ii)"), [this](const Glib::VariantBase& at) {
-            const auto [x, y] =
-                Glib::VariantBase::cast_dynamic<Glib::Variant<std::tuple<int, int>>>(at).get();
-            if (x == 0 && y == 0) // the host did not say where
-                openPanel();
-            else
-                openPanel(std::pair{x, y});
-        });
-    add_action("refresh", [&model] { spawn(model.refreshAll()); });
-    add_action("quit", [this] { quit(); });
-
+    // The tray's clicks and menu go through the same actions as the panel's buttons.
     GActionGroup* actions = G_ACTION_GROUP(gobj());
     const char* style = g_getenv("OSTREL_TRAY_ITEMS");
     if (style && std::strcmp(style, "per-service") == 0) {
@@ -100,7 +87,7 @@ void OstrelApp::on_startup() {
 void OstrelApp::on_activate() {
     // The first start only sets up the tray; starting the app again opens the panel.
     if (!std::exchange(activatedOnce_, true)) return;
-    openPanel();
+    activate_action("open-panel");
 }
 
 void OstrelApp::openPanel(std::optional<std::pair<int, int>> near) {

@@ -32,7 +32,8 @@ class OstrelApp : public Gtk::Application {
     void on_shutdown() override;
 
   private:
-    Task<void> startModel();
+    // Registers the application's named actions (app_actions.cpp).
+    void addActions();
 
     bool demoMode_;
     bool activatedOnce_ = false;

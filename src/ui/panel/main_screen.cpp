@@ -21,17 +21,36 @@ MainScreen::MainScreen(UsageModel& model)
     message_.set_margin_bottom(30);
     append(message_);
 
+    panels_.set_hhomogeneous(false);
+    panels_.set_vhomogeneous(false);
+    append(panels_);
+
     // A widget is trackable: the connection ends with the screen.
     model_.changed.connect(sigc::mem_fun(*this, &MainScreen::update));
     update();
 }
 
 MainScreen::~MainScreen() {
-    if (panel_) remove(*panel_);
+    for (auto& panel : panelOf_)
+        if (panel) panels_.remove(*panel);
 }
 
 std::optional<ProviderID> MainScreen::selected() const {
     return chooseSelected(model_.tabProviders(), model_.settings().selectedProvider());
+}
+
+ProviderPanel* MainScreen::providerPanel() {
+    if (!panels_.get_visible()) return nullptr;
+    return dynamic_cast<ProviderPanel*>(panels_.get_visible_child());
+}
+
+ProviderPanel& MainScreen::panel(ProviderID id) {
+    auto& slot = panelOf_[static_cast<std::size_t>(id)];
+    if (!slot) {
+        slot = std::make_unique<ProviderPanel>(model_, id);
+        panels_.add(*slot, std::string(rawValue(id)));
+    }
+    return *slot;
 }
 
 void MainScreen::update() {
@@ -47,16 +66,8 @@ void MainScreen::update() {
     else if (!hasPanel)
         message_.set_text(std::string(displayName(*shown)) + " isn't supported yet.");
     message_.set_visible(!hasPanel);
-
-    if (panel_ && (!hasPanel || panel_->id() != *shown)) {
-        remove(*panel_);
-        retired_.retire(std::move(panel_));
-    }
-    if (hasPanel && !panel_) {
-        // Each service gets its own panel, so its gauge fills afresh when the tab changes.
-        panel_ = std::make_unique<ProviderPanel>(model_, *shown);
-        append(*panel_);
-    }
+    panels_.set_visible(hasPanel);
+    if (hasPanel) panels_.set_visible_child(panel(*shown));
 }
 
 } // namespace ostrel

@@ -2,8 +2,7 @@
 
 namespace ostrel {
 
-PanelHeader::PanelHeader(std::function<void()> back, std::function<void()> openSettings)
-    : Gtk::Box(Gtk::Orientation::HORIZONTAL, 6) {
+PanelHeader::PanelHeader() : Gtk::Box(Gtk::Orientation::HORIZONTAL, 6) {
     set_name("header");
 
     icon_.add_css_class("secondary");
@@ -26,9 +25,7 @@ PanelHeader::PanelHeader(std::function<void()> back, std::function<void()> openS
     back_.add_css_class("header-back");
     back_.set_tooltip_text("Back");
     back_.set_child(backLabel_);
-    back_.signal_clicked().connect([back = std::move(back)] {
-        if (back) back();
-    });
+    back_.set_action_name("win.back");
     append(back_);
 
     spacer_.set_hexpand(true);
@@ -41,9 +38,7 @@ PanelHeader::PanelHeader(std::function<void()> back, std::function<void()> openS
     settings_.set_size_request(24, 24);
     settings_.set_tooltip_text("Settings");
     settings_.set_child(gear_);
-    settings_.signal_clicked().connect([openSettings = std::move(openSettings)] {
-        if (openSettings) openSettings();
-    });
+    settings_.set_action_name("win.settings");
     append(settings_);
 
     show(PanelScreen::main);

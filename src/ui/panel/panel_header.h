@@ -1,12 +1,12 @@
 #pragma once
 // The panel's header row: the app's icon and name with the settings button on the main screen, a
 // back button titled with the screen's name everywhere else. All of it in the secondary colour.
+// The buttons activate the panel's "win.back" and "win.settings".
 
 #include "ui/panel/panel_screen.h"
 #include "ui/panel/provider_logo.h"
 #include "ui/panel/symbol.h"
 
-#include <functional>
 #include <gtkmm/box.h>
 #include <gtkmm/button.h>
 #include <gtkmm/label.h>
@@ -15,7 +15,7 @@ namespace ostrel {
 
 class PanelHeader : public Gtk::Box {
   public:
-    PanelHeader(std::function<void()> back, std::function<void()> openSettings);
+    PanelHeader();
 
     void show(PanelScreen screen);
 

@@ -1,11 +1,8 @@
 #include "ui/panel/panel_view.h"
 
-#include "ui/panel/main_screen.h"
 #include "ui/panel/panel_actions.h"
 #include "ui/panel/panel_rules.h"
 #include "ui/panel/panel_style.h"
-#include "ui/panel/settings_view.h"
-#include "ui/panel/theme_picker_view.h"
 #include "ui/support/feedback_view.h"
 #include "ui/support/support_amount_view.h"
 #include "ui/support/support_qr_view.h"
@@ -17,10 +14,31 @@
 
 namespace ostrel {
 
-PanelView::PanelView(UsageModel& model, std::function<void()> quit, std::string feedbackEndpoint)
-    : Glib::ObjectBase("OstrelPanelView"), model_(model), quit_(std::move(quit)),
-      feedbackEndpoint_(std::move(feedbackEndpoint)),
-      header_([this] { goBack(); }, [this] { setScreen(PanelScreen::settings); }) {
+namespace {
+
+const char* pageName(PanelScreen screen) {
+    switch (screen) {
+    case PanelScreen::main:
+        return "main";
+    case PanelScreen::settings:
+        return "settings";
+    case PanelScreen::theme:
+        return "theme";
+    case PanelScreen::support:
+        return "support";
+    case PanelScreen::supportQR:
+        return "support-qr";
+    case PanelScreen::feedback:
+        return "feedback";
+    }
+    return "main";
+}
+
+} // namespace
+
+PanelView::PanelView(UsageModel& model, std::string feedbackEndpoint)
+    : Glib::ObjectBase("OstrelPanelView"), model_(model), feedbackEndpoint_(std::move(feedbackEndpoint)),
+      actions_(Gio::SimpleActionGroup::create()), main_(model), settings_(model) {
     set_name("panel");
     PanelStyle::apply(*this);
     add_css_class("ostrel-card");
@@ -28,42 +46,85 @@ PanelView::PanelView(UsageModel& model, std::function<void()> quit, std::string 
     column_.set_margin(padding);
     column_.set_parent(*this);
     column_.append(header_);
-    body_ = makeScreen(screen_);
-    column_.append(*body_);
-    installShortcuts();
+    // The panel is as tall as the screen shown, not as the tallest one.
+    pages_.set_hhomogeneous(false);
+    pages_.set_vhomogeneous(false);
+    pages_.add(main_, pageName(PanelScreen::main));
+    pages_.add(settings_, pageName(PanelScreen::settings));
+    column_.append(pages_);
+    installActions();
 }
 
 PanelView::~PanelView() {
-    column_.remove(*body_);
+    for (Gtk::Widget* page :
+         {static_cast<Gtk::Widget*>(&main_), static_cast<Gtk::Widget*>(&settings_),
+          static_cast<Gtk::Widget*>(theme_.get()), support_.get(), supportQR_.get(), feedback_.get()})
+        if (page) pages_.remove(*page);
     column_.unparent();
 }
 
-void PanelView::installShortcuts() {
-    // Managed scope: the window hands these keys to the panel wherever the focus is.
+void PanelView::installActions() {
+    actions_->add_action("settings", [this] { setScreen(PanelScreen::settings); });
+    actions_->add_action("back", [this] { goBack(); });
+    actions_->add_action("theme", [this] { setScreen(PanelScreen::theme); });
+    actions_->add_action("support", [this] { setScreen(PanelScreen::support); });
+    actions_->add_action("feedback", [this] { setScreen(PanelScreen::feedback); });
+
+    // Managed scope: the window hands these keys to the panel wherever the focus is. A disabled
+    // action lets its key pass (Escape on the main screen, Ctrl+comma elsewhere).
     auto shortcuts = Gtk::ShortcutController::create();
     shortcuts->set_scope(Gtk::ShortcutScope::MANAGED);
-    shortcuts->add_shortcut(Gtk::Shortcut::create(
-        Gtk::ShortcutTrigger::parse_string("Escape"),
-        Gtk::CallbackAction::create([this](Gtk::Widget&, const Glib::VariantBase&) { return goBack(); })));
-    shortcuts->add_shortcut(
-        Gtk::Shortcut::create(Gtk::ShortcutTrigger::parse_string("<Control>comma"),
-                              Gtk::CallbackAction::create([this](Gtk::Widget&, const Glib::VariantBase&) {
-                                  if (screen_ != PanelScreen::main) return false;
-                                  setScreen(PanelScreen::settings);
-                                  return true;
-                              })));
+    shortcuts->add_shortcut(Gtk::Shortcut::create(Gtk::ShortcutTrigger::parse_string("Escape"),
+                                                  Gtk::NamedAction::create("win.back")));
+    shortcuts->add_shortcut(Gtk::Shortcut::create(Gtk::ShortcutTrigger::parse_string("<Control>comma"),
+                                                  Gtk::NamedAction::create("win.settings")));
     add_controller(shortcuts);
+    setScreen(PanelScreen::main);
 }
 
 void PanelView::setScreen(PanelScreen screen) {
-    if (screen == screen_) return;
+    const bool main = screen == PanelScreen::main;
+    for (auto [name, enabled] : {std::pair{"settings", main}, std::pair{"back", !main}})
+        std::dynamic_pointer_cast<Gio::SimpleAction>(actions_->lookup_action(name))->set_enabled(enabled);
+    if (screen == screen_ && pages_.get_visible_child()) return;
     screen_ = screen;
     header_.show(screen);
-    column_.remove(*body_);
-    // The old screen may be the one whose button asked for this change: let its handler finish.
-    retired_.retire(std::move(body_));
-    body_ = makeScreen(screen);
-    column_.append(*body_);
+    pages_.set_visible_child(enter(screen));
+}
+
+Gtk::Widget& PanelView::enter(PanelScreen screen) {
+    switch (screen) {
+    case PanelScreen::main:
+        break;
+    case PanelScreen::settings:
+        return settings_;
+    case PanelScreen::theme:
+        if (theme_) {
+            theme_->startAt(currentPercentLeft());
+        } else {
+            theme_ = std::make_unique<ThemePickerView>(model_.settings(), currentPercentLeft());
+            pages_.add(*theme_, pageName(screen));
+        }
+        return *theme_;
+    case PanelScreen::support:
+        return renew(support_, screen, std::make_unique<SupportAmountView>([this](double amount) {
+                         supportAmount_ = amount;
+                         setScreen(PanelScreen::supportQR);
+                     }));
+    case PanelScreen::supportQR:
+        return renew(supportQR_, screen, std::make_unique<SupportQRView>(supportAmount_));
+    case PanelScreen::feedback:
+        return renew(feedback_, screen, std::make_unique<FeedbackView>(feedbackEndpoint_));
+    }
+    return main_;
+}
+
+Gtk::Widget& PanelView::renew(std::unique_ptr<Gtk::Widget>& slot, PanelScreen screen,
+                              std::unique_ptr<Gtk::Widget> page) {
+    if (slot) pages_.remove(*slot);
+    slot = std::move(page);
+    pages_.add(*slot, pageName(screen));
+    return *slot;
 }
 
 bool PanelView::goBack() {
@@ -97,37 +158,6 @@ void PanelView::setOpaqueCard(bool opaque) {
         add_css_class("opaque");
     else
         remove_css_class("opaque");
-}
-
-MainScreen* PanelView::mainScreen() const {
-    return dynamic_cast<MainScreen*>(body_.get());
-}
-
-std::unique_ptr<Gtk::Widget> PanelView::makeScreen(PanelScreen screen) {
-    switch (screen) {
-    case PanelScreen::main:
-        return std::make_unique<MainScreen>(model_);
-    case PanelScreen::settings:
-        return std::make_unique<SettingsView>(
-            model_, SettingsView::Actions{[this] { setScreen(PanelScreen::theme); },
-                                          [this] { setScreen(PanelScreen::support); },
-                                          [this] { setScreen(PanelScreen::feedback); },
-                                          [this] {
-                                              if (quit_) quit_();
-                                          }});
-    case PanelScreen::theme:
-        return std::make_unique<ThemePickerView>(model_.settings(), currentPercentLeft());
-    case PanelScreen::support:
-        return std::make_unique<SupportAmountView>([this](double amount) {
-            supportAmount_ = amount;
-            setScreen(PanelScreen::supportQR);
-        });
-    case PanelScreen::supportQR:
-        return std::make_unique<SupportQRView>(supportAmount_);
-    case PanelScreen::feedback:
-        return std::make_unique<FeedbackView>(feedbackEndpoint_);
-    }
-    return std::make_unique<MainScreen>(model_);
 }
 
 Gtk::SizeRequestMode PanelView::get_request_mode_vfunc() const {

@@ -1,30 +1,37 @@
 #pragma once
 // The content of the drop-down panel: a 300-point card with a header and one screen at a time —
-// the main screen, settings, the theme picker, the support and payment screens, or feedback. Every
-// time the panel opens it returns to the main screen and asks the model to refresh.
+// the main screen, settings, the theme picker, the support and payment screens, or feedback — as
+// the pages of a stack. Every time the panel opens it returns to the main screen and asks the model
+// to refresh.
+//
+// Its commands are actions for the window to insert as "win": "settings" (Ctrl+comma, main screen
+// only), "back" (Escape, every other screen), and "theme", "support", "feedback" (the settings
+// screen's rows). The settings screen's "Refresh" and "Quit Ostrel" activate "app.refresh" and
+// "app.quit", which the application provides.
 
 #include "model/usage_model.h"
+#include "ui/panel/main_screen.h"
 #include "ui/panel/panel_header.h"
 #include "ui/panel/panel_screen.h"
-#include "ui/panel/retired_widgets.h"
+#include "ui/panel/settings_view.h"
+#include "ui/panel/theme_picker_view.h"
 
-#include <functional>
+#include <giomm/simpleactiongroup.h>
 #include <gtkmm/box.h>
+#include <gtkmm/stack.h>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace ostrel {
-
-class MainScreen;
 
 class PanelView : public Gtk::Widget {
   public:
     static constexpr int width = 300;
     static constexpr int padding = 12;
 
-    // `quit` ends the application ("Quit Ostrel" and Ctrl+Q on the settings screen);
     // `feedbackEndpoint` is where the feedback form posts.
-    PanelView(UsageModel& model, std::function<void()> quit, std::string feedbackEndpoint);
+    PanelView(UsageModel& model, std::string feedbackEndpoint);
     ~PanelView() override;
     PanelView(const PanelView&) = delete;
     PanelView& operator=(const PanelView&) = delete;
@@ -47,10 +54,13 @@ class PanelView : public Gtk::Widget {
     // Without a compositor nothing behind the window shows through: draw the card solid and square.
     void setOpaqueCard(bool opaque);
 
+    // The panel's commands, to be inserted as "win" (see above).
+    Glib::RefPtr<Gio::ActionGroup> actions() const { return actions_; }
+
     PanelHeader& header() { return header_; }
-    Gtk::Widget& body() { return *body_; }
-    // The main screen while it is shown, else null.
-    MainScreen* mainScreen() const;
+    // The screen shown.
+    Gtk::Widget& body() { return *pages_.get_visible_child(); }
+    MainScreen& mainScreen() { return main_; }
 
   protected:
     Gtk::SizeRequestMode get_request_mode_vfunc() const override;
@@ -59,18 +69,28 @@ class PanelView : public Gtk::Widget {
     void size_allocate_vfunc(int width, int height, int baseline) override;
 
   private:
-    std::unique_ptr<Gtk::Widget> makeScreen(PanelScreen screen);
-    void installShortcuts();
+    void installActions();
+    Gtk::Widget& enter(PanelScreen screen);
+    // Puts a freshly made page for `screen` in place of the one made last time.
+    Gtk::Widget& renew(std::unique_ptr<Gtk::Widget>& slot, PanelScreen screen,
+                       std::unique_ptr<Gtk::Widget> page);
 
     UsageModel& model_;
-    std::function<void()> quit_;
     std::string feedbackEndpoint_; // where the feedback form posts
     PanelScreen screen_ = PanelScreen::main;
     double supportAmount_ = 100;
+    Glib::RefPtr<Gio::SimpleActionGroup> actions_;
     Gtk::Box column_{Gtk::Orientation::VERTICAL, 14};
     PanelHeader header_;
-    std::unique_ptr<Gtk::Widget> body_;
-    RetiredWidgets retired_;
+    Gtk::Stack pages_;
+    MainScreen main_;
+    SettingsView settings_;
+    std::unique_ptr<ThemePickerView> theme_; // made on first use, then kept
+    // Screens that start afresh on every entry. The page left behind stays until the next entry, so
+    // a button that leaves its screen is never destroyed under its own click.
+    std::unique_ptr<Gtk::Widget> support_;
+    std::unique_ptr<Gtk::Widget> supportQR_;
+    std::unique_ptr<Gtk::Widget> feedback_;
 };
 
 } // namespace ostrel

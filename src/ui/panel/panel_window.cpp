@@ -5,8 +5,8 @@
 
 namespace ostrel {
 
-PanelWindow::PanelWindow(UsageModel& model, std::function<void()> quit, std::string feedbackEndpoint)
-    : view_(model, std::move(quit), std::move(feedbackEndpoint)) {
+PanelWindow::PanelWindow(UsageModel& model, std::string feedbackEndpoint)
+    : view_(model, std::move(feedbackEndpoint)) {
     set_title("Ostrel");
     set_decorated(false);
     set_resizable(false); // the window follows the content's height as screens change
@@ -15,6 +15,7 @@ PanelWindow::PanelWindow(UsageModel& model, std::function<void()> quit, std::str
     add_css_class("ostrel-panel-window");
     PanelStyle::install(*this);
     set_child(view_);
+    insert_action_group("win", view_.actions());
 
     signal_show().connect([this] { view_.panelShown(); });
     signal_hide().connect([this] {

@@ -2,13 +2,14 @@
 // The drop-down window the tray opens: undecorated, the panel's width, a translucent rounded card
 // when a compositor can show what lies behind it (a solid one when not). It is hidden, never
 // destroyed, when closed or when it loses the focus, and it tells the panel when it shows and hides.
+// The panel's commands are the window's "win" actions; "app" ones come from the application.
 
 #include "model/usage_model.h"
 #include "ui/panel/panel_view.h"
 
-#include <functional>
 #include <gtkmm/window.h>
 #include <optional>
+#include <string>
 #include <utility>
 
 namespace ostrel {
@@ -18,7 +19,7 @@ class PanelWindow : public Gtk::Window {
     // Root coordinates of the click that opened the panel.
     using Pointer = std::optional<std::pair<int, int>>;
 
-    PanelWindow(UsageModel& model, std::function<void()> quit, std::string feedbackEndpoint);
+    PanelWindow(UsageModel& model, std::string feedbackEndpoint);
     ~PanelWindow() override;
     PanelWindow(const PanelWindow&) = delete;
     PanelWindow& operator=(const PanelWindow&) = delete;

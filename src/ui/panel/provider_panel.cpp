@@ -1,134 +1,123 @@
 #include "ui/panel/provider_panel.h"
 
-#include "ui/panel/login_prompt.h"
 #include "ui/panel/panel_actions.h"
-#include "ui/panel/provider_logo.h"
-#include "ui/panel/usage_view.h"
-
-#include <gtkmm/button.h>
-#include <gtkmm/label.h>
-#include <gtkmm/spinner.h>
 
 namespace ostrel {
 
 namespace {
 
-// A vertical stack owning its children (they are created per picture).
-class OwningColumn : public Gtk::Box {
-  public:
-    explicit OwningColumn(int spacing) : Gtk::Box(Gtk::Orientation::VERTICAL, spacing) {}
-    template <typename W> W& add(std::unique_ptr<W> widget) {
-        W& ref = *widget;
-        append(ref);
-        owned_.push_back(std::move(widget));
-        return ref;
+void styleMessage(Gtk::Label& label) {
+    label.add_css_class("callout");
+    label.add_css_class("secondary");
+    label.set_wrap(true);
+    label.set_justify(Gtk::Justification::CENTER);
+}
+
+// The message pictures take the full width with 40 points above and below.
+void styleColumn(Gtk::Box& column, const char* name) {
+    column.set_name(name);
+    column.set_hexpand(true);
+    column.set_margin_top(40);
+    column.set_margin_bottom(40);
+}
+
+const char* pageName(ProviderPicture picture) {
+    switch (picture) {
+    case ProviderPicture::loginPrompt:
+        return "login-prompt";
+    case ProviderPicture::checking:
+        return "checking";
+    case ProviderPicture::failed:
+        return "failed";
+    case ProviderPicture::info:
+        return "info-message";
+    case ProviderPicture::usage:
+        return "usage";
     }
-
-  private:
-    std::vector<std::unique_ptr<Gtk::Widget>> owned_;
-};
-
-std::unique_ptr<Gtk::Label> secondaryCallout(const std::string& text) {
-    auto label = std::make_unique<Gtk::Label>(text);
-    label->add_css_class("callout");
-    label->add_css_class("secondary");
-    label->set_wrap(true);
-    label->set_justify(Gtk::Justification::CENTER);
-    return label;
+    return "checking";
 }
 
 } // namespace
 
 ProviderPanel::ProviderPanel(UsageModel& model, ProviderID id)
-    : Gtk::Box(Gtk::Orientation::VERTICAL), model_(model), id_(id) {
+    : Gtk::Box(Gtk::Orientation::VERTICAL), model_(model), id_(id),
+      loginPrompt_(id, [&model, id] { model.showLogin(id); }), infoLogo_(id, 40), usage_(model, id) {
     set_name("provider-panel");
+    // Each picture is as tall as it needs, not as the tallest one.
+    pictures_.set_hhomogeneous(false);
+    pictures_.set_vhomogeneous(false);
+    append(pictures_);
+
+    pictures_.add(loginPrompt_, pageName(ProviderPicture::loginPrompt));
+
+    styleColumn(checking_, pageName(ProviderPicture::checking));
+    spinner_.set_size_request(16, 16);
+    checking_.append(spinner_);
+    checkingText_.set_text("Checking " + std::string(displayName(id)) + "…");
+    styleMessage(checkingText_);
+    checking_.append(checkingText_);
+    pictures_.add(checking_, pageName(ProviderPicture::checking));
+
+    styleColumn(failed_, pageName(ProviderPicture::failed));
+    failedText_.set_name("message");
+    styleMessage(failedText_);
+    failed_.append(failedText_);
+    retry_.set_name("retry");
+    retry_.set_label("Retry");
+    retry_.add_css_class("small");
+    retry_.set_halign(Gtk::Align::CENTER);
+    retry_.signal_clicked().connect([&model, id] { PanelActions::refresh(model, id); });
+    failed_.append(retry_);
+    pictures_.add(failed_, pageName(ProviderPicture::failed));
+
+    styleColumn(info_, pageName(ProviderPicture::info));
+    infoLogo_.set_opacity(0.6);
+    infoLogo_.set_halign(Gtk::Align::CENTER);
+    info_.append(infoLogo_);
+    infoText_.set_name("message");
+    styleMessage(infoText_);
+    info_.append(infoText_);
+    pictures_.add(info_, pageName(ProviderPicture::info));
+
+    pictures_.add(usage_, pageName(ProviderPicture::usage));
+
     // A widget is trackable: the connection ends with the panel.
     model_.changed.connect(sigc::mem_fun(*this, &ProviderPanel::update));
     update();
 }
 
 ProviderPanel::~ProviderPanel() {
-    if (content_) remove(*content_);
+    // The pages are members: take them out of the stack before they go.
+    for (Gtk::Widget* page : {static_cast<Gtk::Widget*>(&loginPrompt_), static_cast<Gtk::Widget*>(&checking_),
+                              static_cast<Gtk::Widget*>(&failed_), static_cast<Gtk::Widget*>(&info_),
+                              static_cast<Gtk::Widget*>(&usage_)})
+        pictures_.remove(*page);
 }
 
 void ProviderPanel::update() {
     const ProviderState state = model_.state(id_);
     const ProviderPicture picture = pictureFor(state);
-    std::string text;
-    if (picture == ProviderPicture::failed) text = state.status;
-    if (picture == ProviderPicture::info) text = infoText(*state.snapshot);
-
-    if (content_ && picture == picture_ && text == shownText_) {
-        if (usage_) usage_->update(state);
-        return;
-    }
-    picture_ = picture;
-    shownText_ = text;
-    usage_ = nullptr;
-    if (content_) {
-        remove(*content_);
-        retired_.retire(std::move(content_)); // a "Retry" inside may be the caller
-    }
-    content_ = build(state);
-    append(*content_);
-}
-
-std::unique_ptr<Gtk::Widget> ProviderPanel::build(const ProviderState& state) {
-    switch (picture_) {
-    case ProviderPicture::loginPrompt: {
-        UsageModel& model = model_;
-        const ProviderID id = id_;
-        return std::make_unique<LoginPrompt>(id, [&model, id] { model.showLogin(id); });
-    }
-    case ProviderPicture::checking: {
-        auto column = std::make_unique<OwningColumn>(12);
-        column->set_name("checking");
-        auto spinner = std::make_unique<Gtk::Spinner>();
-        spinner->set_spinning(true);
-        spinner->set_size_request(16, 16);
-        column->add(std::move(spinner));
-        column->add(secondaryCallout("Checking " + std::string(displayName(id_)) + "…"));
-        column->set_margin_top(40);
-        column->set_margin_bottom(40);
-        column->set_hexpand(true);
-        return column;
-    }
+    switch (picture) {
     case ProviderPicture::failed:
-        return messageStack(false, shownText_, true);
+        failedText_.set_text(state.status);
+        break;
     case ProviderPicture::info:
-        return messageStack(true, shownText_, false);
-    case ProviderPicture::usage: {
-        auto view = std::make_unique<UsageView>(model_, id_);
-        view->update(state);
-        usage_ = view.get();
-        return view;
+        infoText_.set_text(infoText(*state.snapshot));
+        break;
+    case ProviderPicture::usage:
+        usage_.update(state);
+        break;
+    default:
+        break;
     }
-    }
-    return nullptr;
+    showPicture(picture);
 }
 
-std::unique_ptr<Gtk::Widget> ProviderPanel::messageStack(bool withLogo, const std::string& text, bool retry) {
-    auto column = std::make_unique<OwningColumn>(12);
-    column->set_name(withLogo ? "info-message" : "failed");
-    column->set_hexpand(true);
-    column->set_margin_top(40);
-    column->set_margin_bottom(40);
-    if (withLogo) {
-        auto& logo = column->add(std::make_unique<ProviderLogo>(id_, 40));
-        logo.set_opacity(0.6);
-        logo.set_halign(Gtk::Align::CENTER);
-    }
-    column->add(secondaryCallout(text)).set_name("message");
-    if (retry) {
-        auto& button = column->add(std::make_unique<Gtk::Button>("Retry"));
-        button.set_name("retry");
-        button.add_css_class("small");
-        button.set_halign(Gtk::Align::CENTER);
-        UsageModel& model = model_;
-        const ProviderID id = id_;
-        button.signal_clicked().connect([&model, id] { PanelActions::refresh(model, id); });
-    }
-    return column;
+void ProviderPanel::showPicture(ProviderPicture picture) {
+    picture_ = picture;
+    // Only the shown spinner turns, so a hidden one costs no frames.
+    spinner_.set_spinning(picture == ProviderPicture::checking);
+    pictures_.set_visible_child(pageName(picture));
 }
 
 } // namespace ostrel

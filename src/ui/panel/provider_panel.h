@@ -1,19 +1,21 @@
 #pragma once
 // The main screen's body for one service: a login prompt, a progress or error message, an
-// explanatory message, or the usage view, chosen afresh from the service's state on every change
-// the model publishes.
+// explanatory message, or the usage view. Each picture is a page of a stack, updated in place and
+// chosen afresh from the service's state on every change the model publishes.
 
 #include "model/usage_model.h"
+#include "ui/panel/login_prompt.h"
 #include "ui/panel/panel_rules.h"
-#include "ui/panel/retired_widgets.h"
+#include "ui/panel/provider_logo.h"
+#include "ui/panel/usage_view.h"
 
 #include <gtkmm/box.h>
-#include <memory>
-#include <string>
+#include <gtkmm/button.h>
+#include <gtkmm/label.h>
+#include <gtkmm/spinner.h>
+#include <gtkmm/stack.h>
 
 namespace ostrel {
-
-class UsageView;
 
 class ProviderPanel : public Gtk::Box {
   public:
@@ -24,21 +26,27 @@ class ProviderPanel : public Gtk::Box {
 
     ProviderID id() const { return id_; }
     ProviderPicture picture() const { return picture_; }
-    // The usage view while it is the picture shown, else null.
-    UsageView* usage() const { return usage_; }
+    UsageView& usage() { return usage_; }
 
   private:
     void update();
-    std::unique_ptr<Gtk::Widget> build(const ProviderState& state);
-    std::unique_ptr<Gtk::Widget> messageStack(bool withLogo, const std::string& text, bool retry);
+    void showPicture(ProviderPicture picture);
 
     UsageModel& model_;
     ProviderID id_;
     ProviderPicture picture_ = ProviderPicture::checking;
-    std::string shownText_; // what a message picture says, to rebuild only when it changes
-    std::unique_ptr<Gtk::Widget> content_;
-    UsageView* usage_ = nullptr;
-    RetiredWidgets retired_;
+    Gtk::Stack pictures_;
+    LoginPrompt loginPrompt_;
+    Gtk::Box checking_{Gtk::Orientation::VERTICAL, 12};
+    Gtk::Spinner spinner_;
+    Gtk::Label checkingText_;
+    Gtk::Box failed_{Gtk::Orientation::VERTICAL, 12};
+    Gtk::Label failedText_;
+    Gtk::Button retry_;
+    Gtk::Box info_{Gtk::Orientation::VERTICAL, 12};
+    ProviderLogo infoLogo_;
+    Gtk::Label infoText_;
+    UsageView usage_;
 };
 
 } // namespace ostrel

@@ -2,7 +2,7 @@
 
 namespace ostrel {
 
-NavigationRow::NavigationRow(const std::string& text, std::function<void()> action) {
+NavigationRow::NavigationRow(const std::string& text, const char* actionName) {
     add_css_class("plain");
     add_css_class("row-button");
     set_hexpand(true);
@@ -17,9 +17,7 @@ NavigationRow::NavigationRow(const std::string& text, std::function<void()> acti
     chevron_.set_valign(Gtk::Align::CENTER);
     row_.append(chevron_);
     set_child(row_);
-    signal_clicked().connect([action = std::move(action)] {
-        if (action) action();
-    });
+    set_action_name(actionName);
 }
 
 void NavigationRow::setValue(const std::string& value) {

@@ -1,6 +1,6 @@
 #pragma once
 // The two kinds of row the settings screen is made of: a full-width plain button that leads to
-// another screen ("Theme  Glass  ›"), and a labelled switch.
+// another screen ("Theme  Glass  ›") through a named action, and a labelled switch.
 
 #include "ui/panel/symbol.h"
 
@@ -15,7 +15,7 @@ namespace ostrel {
 
 class NavigationRow : public Gtk::Button {
   public:
-    NavigationRow(const std::string& text, std::function<void()> action);
+    NavigationRow(const std::string& text, const char* actionName);
 
     // The value shown before the chevron in the secondary colour; empty shows none.
     void setValue(const std::string& value);

@@ -1,7 +1,6 @@
 #include "ui/panel/settings_view.h"
 
 #include "ui/gauges/gauge_theme.h"
-#include "ui/panel/panel_actions.h"
 
 #include <gtkmm/shortcutaction.h>
 #include <gtkmm/shortcutcontroller.h>
@@ -9,29 +8,9 @@
 
 namespace ostrel {
 
-namespace {
-
-void addShortcut(const Glib::RefPtr<Gtk::ShortcutController>& controller, const char* trigger,
-                 std::function<void()> action) {
-    controller->add_shortcut(Gtk::Shortcut::create(
-        Gtk::ShortcutTrigger::parse_string(trigger),
-        Gtk::CallbackAction::create([action = std::move(action)](Gtk::Widget&, const Glib::VariantBase&) {
-            action();
-            return true;
-        })));
-}
-
-void run(const std::function<void()>& action) {
-    if (action) action();
-}
-
-} // namespace
-
-SettingsView::SettingsView(UsageModel& model, Actions actions)
-    : Gtk::Box(Gtk::Orientation::VERTICAL, 12), model_(model), actions_(std::move(actions)),
-      theme_("Theme", [this] { run(actions_.openTheme); }),
-      support_("Support Ostrel", [this] { run(actions_.openSupport); }),
-      feedback_("Send Feedback", [this] { run(actions_.openFeedback); }) {
+SettingsView::SettingsView(UsageModel& model)
+    : Gtk::Box(Gtk::Orientation::VERTICAL, 12), model_(model), theme_("Theme", "win.theme"),
+      support_("Support Ostrel", "win.support"), feedback_("Send Feedback", "win.feedback") {
     set_name("settings");
     set_halign(Gtk::Align::FILL);
 
@@ -56,22 +35,26 @@ SettingsView::SettingsView(UsageModel& model, Actions actions)
     refresh_.set_name("refresh");
     refresh_.set_label("Refresh");
     refresh_.add_css_class("small");
-    refresh_.signal_clicked().connect([&model] { PanelActions::refreshAll(model); });
+    refresh_.set_action_name("app.refresh");
     bottom_.append(refresh_);
     spacer_.set_hexpand(true);
     bottom_.append(spacer_);
     quit_.set_name("quit");
     quit_.set_label("Quit Ostrel");
     quit_.add_css_class("small");
-    quit_.signal_clicked().connect([this] { run(actions_.quit); });
+    quit_.set_action_name("app.quit");
     bottom_.append(quit_);
     append(bottom_);
 
-    // Managed scope: the window hands these keys to the screen wherever the focus is.
+    // Managed scope: the window hands these keys to the screen wherever the focus is. They belong to
+    // its two buttons: GTK skips the shortcuts of an unmapped widget, so they are live only while the
+    // screen is the stack's page on display.
     auto shortcuts = Gtk::ShortcutController::create();
     shortcuts->set_scope(Gtk::ShortcutScope::MANAGED);
-    addShortcut(shortcuts, "<Control>r", [&model] { PanelActions::refreshAll(model); });
-    addShortcut(shortcuts, "<Control>q", [this] { run(actions_.quit); });
+    for (auto [trigger, action] :
+         {std::pair{"<Control>r", "app.refresh"}, std::pair{"<Control>q", "app.quit"}})
+        shortcuts->add_shortcut(Gtk::Shortcut::create(Gtk::ShortcutTrigger::parse_string(trigger),
+                                                      Gtk::NamedAction::create(action)));
     add_controller(shortcuts);
 
     model_.changed.connect(sigc::mem_fun(*this, &SettingsView::update));

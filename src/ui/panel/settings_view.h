@@ -1,14 +1,15 @@
 #pragma once
 // The settings screen: the theme row, a section per service, the support and feedback rows, and
 // "Refresh" (Ctrl+R) and "Quit Ostrel" (Ctrl+Q). It keeps nothing itself: switches write the
-// settings, account buttons call the model, the three rows call back into the panel.
+// settings, account buttons call the model, the three rows activate the panel's "win.theme",
+// "win.support" and "win.feedback", and the bottom buttons and their keys "app.refresh" and
+// "app.quit".
 
 #include "model/usage_model.h"
 #include "ui/panel/service_section.h"
 #include "ui/panel/settings_rows.h"
 
 #include <array>
-#include <functional>
 #include <gtkmm/box.h>
 #include <gtkmm/button.h>
 #include <gtkmm/separator.h>
@@ -18,20 +19,12 @@ namespace ostrel {
 
 class SettingsView : public Gtk::Box {
   public:
-    struct Actions {
-        std::function<void()> openTheme;
-        std::function<void()> openSupport;
-        std::function<void()> openFeedback;
-        std::function<void()> quit;
-    };
-
-    SettingsView(UsageModel& model, Actions actions);
+    explicit SettingsView(UsageModel& model);
 
   private:
     void update();
 
     UsageModel& model_;
-    Actions actions_;
     NavigationRow theme_;
     Gtk::Separator themeDivider_;
     std::array<std::unique_ptr<ServiceSection>, 3> sections_;

@@ -90,6 +90,12 @@ ThemePickerView::ThemePickerView(AppSettings& settings, std::optional<double> cu
     refreshPreview();
 }
 
+void ThemePickerView::startAt(std::optional<double> currentLevel) {
+    currentLevel_ = currentLevel;
+    scroller_.get_vadjustment()->set_value(0);
+    setPreviewPercent(ThemePreview::initialPercent(currentLevel));
+}
+
 void ThemePickerView::setPreviewPercent(double percent) {
     slider_.set_value(percent); // its change handler stores and redraws
     previewPercent_ = slider_.get_value();

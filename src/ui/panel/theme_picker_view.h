@@ -24,6 +24,9 @@ class ThemePickerView : public Gtk::Box {
     // `currentLevel` is the shown service's percentage left, if known; the preview starts there.
     ThemePickerView(AppSettings& settings, std::optional<double> currentLevel);
 
+    // Starts over as on a first showing: the preview at `currentLevel` (if known), scrolled to the top.
+    void startAt(std::optional<double> currentLevel);
+
     double previewPercent() const { return previewPercent_; }
     void setPreviewPercent(double percent);
     ThemeTile& tile(GaugeTheme theme);

@@ -32,7 +32,7 @@ Gtk::Widget* findNamed(Gtk::Widget& root, std::string_view name) {
 
 bool shown(Gtk::Widget& widget) {
     for (Gtk::Widget* w = &widget; w; w = w->get_parent())
-        if (!w->get_visible()) return false;
+        if (!w->get_visible() || !w->get_child_visible()) return false;
     return true;
 }
 
@@ -58,7 +58,7 @@ void press(Gtk::Button& button) {
 namespace {
 
 bool dispatch(GtkWidget* widget, GtkShortcutTrigger* wanted) {
-    if (!gtk_widget_get_visible(widget) || !gtk_widget_is_sensitive(widget)) return false;
+    if (!gtk_widget_get_mapped(widget) || !gtk_widget_is_sensitive(widget)) return false;
     GObjectPtr<GListModel> controllers = adopt(gtk_widget_observe_controllers(widget));
     for (guint i = 0; i < g_list_model_get_n_items(controllers.get()); ++i) {
         GObjectPtr<GObject> item = adopt(G_OBJECT(g_list_model_get_item(controllers.get(), i)));
@@ -88,6 +88,14 @@ bool pressKeys(Gtk::Widget& root, const char* trigger) {
     const bool handled = dispatch(GTK_WIDGET(root.gobj()), wanted.get());
     drain();
     return handled;
+}
+
+RecordedActions::RecordedActions(Gtk::Widget& widget, const std::string& prefix,
+                                 const std::vector<std::string>& names)
+    : group_(Gio::SimpleActionGroup::create()) {
+    for (const auto& name : names)
+        group_->add_action(name, [this, full = prefix + "." + name] { activated.push_back(full); });
+    widget.insert_action_group(prefix, group_);
 }
 
 Host::Host(Gtk::Widget& content) {

@@ -1,7 +1,8 @@
 #pragma once
 // What the panel's widget tests share: GTK start-up and styles, a real UsageModel over scripted
 // providers and a manual clock, finding widgets by name or type, pressing buttons, firing the
-// window's keyboard shortcuts, and a window that hosts a widget at the panel's width.
+// window's keyboard shortcuts, stand-ins for the actions a screen activates by name, and a window
+// that hosts a widget at the panel's width.
 
 #include "model/usage_model.h"
 #include "scripted_model.h"
@@ -9,6 +10,7 @@
 #include "support/test_env.h"
 #include "ui/support/screen_box.h"
 
+#include <giomm/simpleactiongroup.h>
 #include <gtkmm/button.h>
 #include <gtkmm/label.h>
 #include <gtkmm/widget.h>
@@ -47,7 +49,7 @@ template <typename W> std::vector<W*> all(Gtk::Widget& root) {
     return out;
 }
 
-// Whether the widget and all its parents are shown.
+// Whether the widget and all its parents are shown (a stack shows only its visible page).
 bool shown(Gtk::Widget& widget);
 // The texts of all labels under `root` that are shown, in tree order.
 std::vector<std::string> shownTexts(Gtk::Widget& root);
@@ -57,9 +59,20 @@ bool showsText(Gtk::Widget& root, std::string_view text);
 void press(Gtk::Button& button);
 
 // Looks for a shortcut with `trigger` ("Escape", "<Control>comma") the way the window dispatches a
-// key press: managed and global controllers of shown widgets under `root`, the first that handles it.
-// True when one did.
+// key press: managed and global controllers of mapped widgets under `root` (a stack's hidden pages
+// are not), the first that handles it. True when one did.
 bool pressKeys(Gtk::Widget& root, const char* trigger);
+
+// Actions named `names` inserted as `prefix` ("app", "win") on `widget`, which record their
+// activations as "prefix.name".
+class RecordedActions {
+  public:
+    RecordedActions(Gtk::Widget& widget, const std::string& prefix, const std::vector<std::string>& names);
+    std::vector<std::string> activated;
+
+  private:
+    Glib::RefPtr<Gio::SimpleActionGroup> group_;
+};
 
 // A plain undecorated window showing `content` on the panel's card: 300 points wide with the
 // panel's inner margin, so `content` gets the width it has in the panel.

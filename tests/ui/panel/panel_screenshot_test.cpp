@@ -31,9 +31,9 @@ class PanelScreenshots : public ::testing::TestWithParam<bool> {
         m.provider(cursor).thenThrow(ProviderError::needsLogin());
         m.provider(codex).thenThrow(ProviderError::http(503, "chatgpt.test"));
 
-        window = std::make_unique<PanelWindow>(
-            *m.model, [] {}, "");
+        window = std::make_unique<PanelWindow>(*m.model, "");
         window->setHidesOnFocusLoss(false);
+        app = std::make_unique<RecordedActions>(*window, "app", std::vector<std::string>{"refresh", "quit"});
         window->popup();
         settle();
     }
@@ -53,6 +53,7 @@ class PanelScreenshots : public ::testing::TestWithParam<bool> {
 
     PanelModel m;
     std::unique_ptr<PanelWindow> window;
+    std::unique_ptr<RecordedActions> app; // so the settings screen's buttons draw enabled
 };
 
 } // namespace
@@ -75,8 +76,7 @@ TEST_P(PanelScreenshots, MainScreenPictures) {
     PanelModel fresh;
     fresh.provider(claude).gate = std::make_shared<AsyncEvent>(); // the first fetch stays open
     fresh.settings.setEnabled({claude, cursor});
-    PanelWindow checking(
-        *fresh.model, [] {}, "");
+    PanelWindow checking(*fresh.model, "");
     checking.setHidesOnFocusLoss(false);
     checking.popup();
     settle();

@@ -22,8 +22,7 @@ class PanelWindowTest : public ::testing::Test {
   protected:
     void SetUp() override {
         ASSERT_TRUE(startGtk()) << "no display";
-        window = std::make_unique<PanelWindow>(
-            *m.model, [] {}, "");
+        window = std::make_unique<PanelWindow>(*m.model, "");
         window->setHidesOnFocusLoss(false);
     }
     void TearDown() override {
