@@ -30,6 +30,8 @@ void run(const std::function<void()>& action) {
 SettingsView::SettingsView(UsageModel& model, Actions actions)
     : Gtk::Box(Gtk::Orientation::VERTICAL, 12), model_(model), actions_(std::move(actions)),
       theme_("Theme", [this] { run(actions_.openTheme); }),
+      autostart_(Autostart(autostartFolderFor(model.settings().path()),
+                           autostartProgram(installedBinary(), runningBinary()))),
       support_("Support Ostrel", [this] { run(actions_.openSupport); }),
       feedback_("Send Feedback", [this] { run(actions_.openFeedback); }) {
     set_name("settings");
@@ -37,6 +39,7 @@ SettingsView::SettingsView(UsageModel& model, Actions actions)
 
     theme_.set_name("theme-row");
     append(theme_);
+    append(autostart_);
     append(themeDivider_);
 
     for (std::size_t i = 0; i < allProviders.size(); ++i) {
