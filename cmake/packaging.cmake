@@ -42,16 +42,18 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Loaded at run time, so the library scan cannot see them: TLS for the services' pages, and the
 # SVG loader for the bundled pictures.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "glib-networking, librsvg2-common")
-set(CPACK_STRIP_FILES ON)
+# Stripped as Debian's own tools do it, without the compiler's notes (CPack's stripping keeps them).
+install(CODE "execute_process(COMMAND \"${CMAKE_STRIP}\" --remove-section=.comment
+                                      --remove-section=.note \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/ostrel\"
+                              COMMAND_ERROR_IS_FATAL ANY)")
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
                                                 WORLD_READ WORLD_EXECUTE)
 set(summary "tray app showing how much of your AI coding allowances is left")
 if(NOT OSTREL_DEB_VERSION STREQUAL PROJECT_VERSION)
   set(summary "${summary} (test build)")
 endif()
-# The first line is the synopsis; the rest, indented by CPack, the extended description.
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "${summary}
-Ostrel sits in the system tray and shows, at a glance, how much of your
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${summary}")
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "Ostrel sits in the system tray and shows, at a glance, how much of your
 Claude, Cursor and Codex usage allowance is left and when it resets. You
 log in to each service once, inside Ostrel; from then on it reads the
 service's own usage numbers, shows them in the tray and in a drop-down

@@ -69,14 +69,17 @@ scripts/deps.sh --package
 . scripts/sandbox-check.sh
 
 # Debian's flags: optimised and hardened (PIE, RELRO, fortified, stack protector). Passed on every
-# run, so a build folder configured before follows them.
+# run, so a build folder configured before follows them. Warnings are errors in the test build;
+# here they are only shown, because GCC 12 optimising reports false ones inside the standard
+# library (-Wrestrict in std::string's operator+).
+export DEB_BUILD_MAINT_OPTIONS=hardening=+all
 cppflags=$(dpkg-buildflags --get CPPFLAGS)
 build=build-package
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
   -DCMAKE_CXX_FLAGS="$(dpkg-buildflags --get CXXFLAGS) $cppflags" \
   -DCMAKE_C_FLAGS="$(dpkg-buildflags --get CFLAGS) $cppflags" \
   -DCMAKE_EXE_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)" \
-  -DOSTREL_BUILD_TESTS=OFF -DOSTREL_WERROR=ON -DOSTREL_DEB=ON \
+  -DOSTREL_BUILD_TESTS=OFF -DOSTREL_WERROR=OFF -DOSTREL_DEB=ON \
   -DOSTREL_DEB_VERSION="$deb_version" -DOSTREL_DEB_MAINTAINER="$maintainer_name <$maintainer_email>" \
   -DOSTREL_UPI_PAYEE_ADDRESS="$payee_address" -DOSTREL_UPI_PAYEE_NAME="$payee_name" \
   -DOSTREL_SCREENSHOT_URL="$screenshot_url" >/dev/null

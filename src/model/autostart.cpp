@@ -4,7 +4,6 @@
 #include "base/gobject_ptr.h"
 
 #include <cerrno>
-#include <cstring>
 #include <glib/gstdio.h>
 #include <string_view>
 
@@ -17,7 +16,8 @@ std::string fileError(const std::string& what, int error) {
     return what + " (" + g_strerror(error) + ")";
 }
 
-bool falseIn(GKeyFile* file, const char* key) {
+// The key is there and reads false (a missing key is not false).
+bool isSetFalse(GKeyFile* file, const char* key) {
     GErrorOut err;
     const gboolean value = g_key_file_get_boolean(file, group, key, err.out());
     return !err && !value;
@@ -33,7 +33,7 @@ bool Autostart::enabled() const {
     if (!g_key_file_load_from_file(file.get(), path_.c_str(), G_KEY_FILE_NONE, nullptr)) return false;
     if (g_key_file_get_boolean(file.get(), group, G_KEY_FILE_DESKTOP_KEY_HIDDEN, nullptr)) return false;
     // GNOME's session honours its own switch too; a file turned off there reads off here.
-    return !falseIn(file.get(), "X-GNOME-Autostart-enabled");
+    return !isSetFalse(file.get(), "X-GNOME-Autostart-enabled");
 }
 
 std::optional<std::string> Autostart::setEnabled(bool on) {
