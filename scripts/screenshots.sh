@@ -4,22 +4,26 @@
 # display with a private session bus, opens the panel (by starting the demo a second time) and
 # saves it in the light and the dark style as panel-light.png and panel-dark.png.
 #   scripts/screenshots.sh [OUTPUT_FOLDER]     (default: build/screenshots)
+# OSTREL_BUILD_DIR names another build folder to use (one already configured is used as it is).
 set -euo pipefail
 cd "$(dirname "$0")/.."
-out=$(realpath -m "${1:-build/screenshots}")
+build=${OSTREL_BUILD_DIR:-build}
+out=$(realpath -m "${1:-$build/screenshots}")
 
 if [[ "${OSTREL_SCREENSHOTS_INSIDE:-}" != 1 ]]; then
   scripts/deps.sh --test
-  cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DOSTREL_BUILD_TESTS=OFF >/dev/null
-  cmake --build build --target ostrel
+  if [[ ! -f $build/CMakeCache.txt ]]; then
+    cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DOSTREL_BUILD_TESTS=OFF >/dev/null
+  fi
+  cmake --build "$build" --target ostrel
   mkdir -p "$out"
   # Again, inside a display and a session bus of its own, so nothing of the user's desktop shows.
-  export OSTREL_SCREENSHOTS_INSIDE=1
+  export OSTREL_SCREENSHOTS_INSIDE=1 OSTREL_BUILD_DIR=$build
   exec dbus-run-session -- xvfb-run -a -s "-screen 0 1280x1024x24 -noreset" "$0" "$out"
 fi
 
 . scripts/sandbox-check.sh
-app=build/src/app/ostrel
+app=$build/src/app/ostrel
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 
