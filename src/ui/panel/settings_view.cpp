@@ -10,12 +10,15 @@ namespace ostrel {
 
 SettingsView::SettingsView(UsageModel& model)
     : Gtk::Box(Gtk::Orientation::VERTICAL, 12), model_(model), theme_("Theme", "win.theme"),
+      autostart_(Autostart(autostartFolderFor(model.settings().path()),
+                           autostartProgram(installedBinary(), runningBinary()))),
       support_("Support Ostrel", "win.support"), feedback_("Send Feedback", "win.feedback") {
     set_name("settings");
     set_halign(Gtk::Align::FILL);
 
     theme_.set_name("theme-row");
     append(theme_);
+    append(autostart_);
     append(themeDivider_);
 
     for (std::size_t i = 0; i < allProviders.size(); ++i) {

@@ -1,11 +1,12 @@
 #pragma once
-// The settings screen: the theme row, a section per service, the support and feedback rows, and
-// "Refresh" (Ctrl+R) and "Quit Ostrel" (Ctrl+Q). It keeps nothing itself: switches write the
-// settings, account buttons call the model, the three rows activate the panel's "win.theme",
-// "win.support" and "win.feedback", and the bottom buttons and their keys "app.refresh" and
-// "app.quit".
+// The settings screen: the theme row, "Start at login", a section per service, the support and
+// feedback rows, and "Refresh" (Ctrl+R) and "Quit Ostrel" (Ctrl+Q). It keeps nothing itself:
+// switches write the settings (or the autostart entry), account buttons call the model, the three
+// rows activate the panel's "win.theme", "win.support" and "win.feedback", and the bottom buttons
+// and their keys "app.refresh" and "app.quit".
 
 #include "model/usage_model.h"
+#include "ui/panel/autostart_row.h"
 #include "ui/panel/service_section.h"
 #include "ui/panel/settings_rows.h"
 
@@ -26,6 +27,7 @@ class SettingsView : public Gtk::Box {
 
     UsageModel& model_;
     NavigationRow theme_;
+    AutostartRow autostart_;
     Gtk::Separator themeDivider_;
     std::array<std::unique_ptr<ServiceSection>, 3> sections_;
     std::array<Gtk::Separator, 3> sectionDividers_;

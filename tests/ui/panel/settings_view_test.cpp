@@ -6,6 +6,7 @@
 #include "ui/panel/settings_view.h"
 
 #include <algorithm>
+#include <glib/gstdio.h>
 #include <gtest/gtest.h>
 #include <gtkmm/switch.h>
 
@@ -135,4 +136,32 @@ TEST_F(SettingsViewTest, AccountControlsFollowTheLogin) {
     press(button("switch-account-cursor"));
     EXPECT_EQ(m.provider(cursor).web_.logOuts, 2);
     EXPECT_EQ(m.login.shown, (std::vector<ProviderID>{cursor, cursor}));
+}
+
+TEST_F(SettingsViewTest, StartAtLoginFollowsTheAutostartEntry) {
+    // The test's settings live in a temporary folder, so its autostart entry does too.
+    const std::string entry = m.dir.file("autostart/app.ostrel.Ostrel.desktop");
+    auto showAgain = [this] {
+        view->set_visible(false);
+        view->set_visible(true);
+        drain();
+    };
+    EXPECT_FALSE(toggle("start-at-login").get_active()) << "off by default";
+    flip("start-at-login");
+    EXPECT_NE(readFile(entry).find("X-GNOME-Autostart-enabled=true"), std::string::npos);
+
+    // Turned off by another program: the screen shows it the next time it is shown.
+    writeFile(entry, "[Desktop Entry]\nType=Application\nName=Ostrel\nExec=ostrel\nHidden=true\n");
+    showAgain();
+    EXPECT_FALSE(toggle("start-at-login").get_active());
+
+    // A change that cannot be made says why and leaves the switch as the file has it.
+    g_remove(entry.c_str());
+    g_mkdir_with_parents((entry + "/keep").c_str(), 0700);
+    showAgain();
+    flip("start-at-login");
+    EXPECT_FALSE(toggle("start-at-login").get_active());
+    auto& problem = named<Gtk::Label>(*view, "start-at-login-problem");
+    EXPECT_TRUE(shown(problem));
+    EXPECT_TRUE(problem.get_text().find("Could not turn on start at login") == 0) << problem.get_text();
 }
