@@ -20,6 +20,8 @@
 
 namespace ostrel {
 
+class UsageHistory;
+
 // One entry of the tray label: a service's logo tinted by level, and its text ("42%" or
 // "42% · 2h 5m").
 struct TrayEntry {
@@ -76,6 +78,10 @@ class UsageModel {
     void setAppearanceSource(std::function<std::optional<bool>()> source) { appearance_ = std::move(source); }
     void updateTrayAppearance();
 
+    // The usage history, when the app keeps one; its owner sets it, the panel reads it.
+    UsageHistory* history() const { return history_; }
+    void setHistory(UsageHistory* history) { history_ = history; }
+
     // Emitted once per published change: a refresh's result, a tick, a settings or appearance change.
     sigc::signal<void()> changed;
 
@@ -96,6 +102,7 @@ class UsageModel {
     std::function<std::optional<bool>()> appearance_;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
     std::vector<sigc::connection> connections_;
+    UsageHistory* history_ = nullptr;
 };
 
 } // namespace ostrel
