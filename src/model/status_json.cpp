@@ -11,29 +11,29 @@ namespace ostrel {
 
 namespace {
 
-nlohmann::json timeOrNull(const std::optional<TimePoint>& t) {
-    return t ? nlohmann::json(isoTime(*t)) : nlohmann::json(nullptr);
+nlohmann::ordered_json timeOrNull(const std::optional<TimePoint>& t) {
+    return t ? nlohmann::ordered_json(isoTime(*t)) : nlohmann::ordered_json(nullptr);
 }
 
 std::optional<PaceForecast> forecastOf(const UsageHistory* history, ProviderID id) {
     return history ? history->forecast(id) : std::nullopt;
 }
 
-nlohmann::json serviceJson(const UsageModel& model, const UsageHistory* history, ProviderID id) {
+nlohmann::ordered_json serviceJson(const UsageModel& model, const UsageHistory* history, ProviderID id) {
     const ProviderState s = model.state(id);
-    nlohmann::json j;
+    nlohmann::ordered_json j;
     j["id"] = std::string(rawValue(id));
     j["name"] = std::string(displayName(id));
     const std::optional<UsageLimit> main = s.snapshot ? s.snapshot->main : std::nullopt;
-    j["percentLeft"] = main ? nlohmann::json(main->percentLeft()) : nlohmann::json(nullptr);
-    j["level"] = main ? nlohmann::json(levelName(main->level())) : nlohmann::json(nullptr);
+    j["percentLeft"] = main ? nlohmann::ordered_json(main->percentLeft()) : nlohmann::ordered_json(nullptr);
+    j["level"] = main ? nlohmann::ordered_json(levelName(main->level())) : nlohmann::ordered_json(nullptr);
     j["resetsAt"] = timeOrNull(main ? main->resetsAt : std::nullopt);
     const std::optional<PaceForecast> f = forecastOf(history, id);
     j["runsOutAt"] = timeOrNull(f && f->runsOutFirst() ? std::optional(f->runsOutAt) : std::nullopt);
     j["needsLogin"] = s.needsLogin;
     j["stale"] = s.lastError.has_value() && s.snapshot.has_value();
     j["status"] = s.status;
-    nlohmann::json others = nlohmann::json::array();
+    nlohmann::ordered_json others = nlohmann::ordered_json::array();
     if (s.snapshot)
         for (const UsageLimit& o : s.snapshot->others)
             others.push_back({{"id", o.id},
@@ -70,10 +70,10 @@ std::string levelName(UsageLevel level) {
 }
 
 std::string statusJson(const UsageModel& model, const UsageHistory* history, TimePoint now) {
-    nlohmann::json services = nlohmann::json::array();
+    nlohmann::ordered_json services = nlohmann::ordered_json::array();
     for (ProviderID id : model.activeProviders())
         services.push_back(serviceJson(model, history, id));
-    return nlohmann::json{{"services", std::move(services)}, {"updatedAt", isoTime(now)}}.dump();
+    return nlohmann::ordered_json{{"services", std::move(services)}, {"updatedAt", isoTime(now)}}.dump();
 }
 
 std::string waybarJson(const UsageModel& model, const UsageHistory* history) {
@@ -90,9 +90,9 @@ std::string waybarJson(const UsageModel& model, const UsageHistory* history) {
         if (auto f = forecastOf(history, e.id))
             tooltip += "\n" + std::string(displayName(e.id)) + ": " + paceText(*f, model.now());
     }
-    nlohmann::json j{{"text", text.empty() ? std::string("Ostrel") : text},
-                     {"tooltip", tooltip},
-                     {"class", lowestLevel ? levelName(*lowestLevel) : std::string("none")}};
+    nlohmann::ordered_json j{{"text", text.empty() ? std::string("Ostrel") : text},
+                             {"tooltip", tooltip},
+                             {"class", lowestLevel ? levelName(*lowestLevel) : std::string("none")}};
     if (lowest) j["percentage"] = static_cast<int>(std::lround(*lowest));
     return j.dump();
 }

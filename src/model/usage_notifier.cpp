@@ -79,4 +79,8 @@ void UsageNotifier::notifyLoginExpired(ProviderID id) {
          "Ostrel stopped tracking usage. Log in again to resume.");
 }
 
+void UsageNotifier::notifyPace(const std::string& text) {
+    send(text, "Judged from your use over the last 45 minutes.");
+}
+
 } // namespace ostrel

@@ -24,6 +24,8 @@ class UsageNotifier final : public Notifier {
     void notifyBelow10(ProviderID id, const UsageLimit& limit) override;
     void notifyReset(ProviderID id, const UsageLimit& limit) override;
     void notifyLoginExpired(ProviderID id) override;
+    // The pace warning ("Claude: at this pace you run out in 40m, 1h 30m before the reset").
+    void notifyPace(const std::string& text);
 
     // Whether the one-time set-up of this run has been made.
     bool setUpDone() const { return setUpDone_; }
