@@ -118,19 +118,30 @@ void onOwnerChanged(GDBusConnection*, const char*, const char*, const char*, con
     s->poke();
 }
 
+// The stop signal comes while the canceller is still inside the cancellable, where the follower
+// may not finish (disconnecting there would wait for itself): it wakes from an idle callback.
 void onStop(GCancellable*, gpointer data) {
-    static_cast<FollowState*>(data)->poke();
+    auto held =
+        std::make_unique<std::shared_ptr<FollowState>>(*static_cast<std::shared_ptr<FollowState>*>(data));
+    g_idle_add_full(
+        G_PRIORITY_DEFAULT,
+        +[](gpointer p) -> gboolean {
+            (*static_cast<std::shared_ptr<FollowState>*>(p))->poke();
+            return G_SOURCE_REMOVE;
+        },
+        held.release(), +[](gpointer p) { delete static_cast<std::shared_ptr<FollowState>*>(p); });
 }
 
 Task<int> follow(GDBusConnection* bus, StatusRequest request, std::ostream& out, std::ostream& err,
                  GCancellable* stop) {
-    FollowState state;
+    auto shared = std::make_shared<FollowState>();
+    FollowState& state = *shared;
     // Subscribe before the first read, so a change in between is not missed.
     Subscription changes(bus, request.busName.c_str(), statusInterface, "Changed", statusObjectPath, nullptr,
                          onChanged, &state);
     Subscription owner(bus, "org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged",
                        "/org/freedesktop/DBus", request.busName.c_str(), onOwnerChanged, &state);
-    gulong stopHandler = stop ? g_cancellable_connect(stop, G_CALLBACK(onStop), &state, nullptr) : 0;
+    gulong stopHandler = stop ? g_cancellable_connect(stop, G_CALLBACK(onStop), &shared, nullptr) : 0;
     const char* property = propertyFor(request.format);
     std::string last;
     int status = 0;

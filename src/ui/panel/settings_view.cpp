@@ -58,6 +58,7 @@ SettingsView::SettingsView(UsageModel& model, Actions actions)
     refresh_.add_css_class("small");
     refresh_.signal_clicked().connect([&model] { PanelActions::refreshAll(model); });
     bottom_.append(refresh_);
+    bottom_.append(clearHistory_);
     spacer_.set_hexpand(true);
     bottom_.append(spacer_);
     quit_.set_name("quit");

@@ -4,6 +4,7 @@
 // settings, account buttons call the model, the three rows call back into the panel.
 
 #include "model/usage_model.h"
+#include "ui/panel/clear_history_button.h"
 #include "ui/panel/service_section.h"
 #include "ui/panel/settings_rows.h"
 
@@ -41,6 +42,7 @@ class SettingsView : public Gtk::Box {
     Gtk::Separator bottomDivider_;
     Gtk::Box bottom_{Gtk::Orientation::HORIZONTAL};
     Gtk::Button refresh_;
+    ClearHistoryButton clearHistory_{model_};
     Gtk::Box spacer_;
     Gtk::Button quit_;
 };
