@@ -26,6 +26,7 @@ HistoryChart::HistoryChart() {
     set_name("history-chart");
     set_size_request(-1, static_cast<int>(chartHeight));
     set_hexpand(true);
+    set_margin_bottom(4);
     set_has_tooltip(true);
     signal_query_tooltip().connect(sigc::mem_fun(*this, &HistoryChart::onQueryTooltip), false);
     set_visible(false);
