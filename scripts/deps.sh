@@ -6,7 +6,7 @@ set -euo pipefail
 
 build_pkgs=(g++ cmake ninja-build pkg-config ccache
             libgtkmm-4.0-dev libwebkitgtk-6.0-dev libsoup-3.0-dev nlohmann-json3-dev
-            libqrcodegencpp-dev libicu-dev libgtest-dev libx11-dev
+            libqrcodegencpp-dev libicu-dev libsqlite3-dev libgtest-dev libx11-dev
             glib-networking librsvg2-common librsvg2-bin adwaita-icon-theme fonts-dejavu-core dbus-bin)
 test_pkgs=(xvfb xauth dbus-daemon zbar-tools imagemagick locales python3 appstream desktop-file-utils)
 package_pkgs=(dpkg-dev file lintian)

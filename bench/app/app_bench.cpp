@@ -99,7 +99,7 @@ int main(int argc, char** argv) {
 
     GObjectPtr<GSubprocessLauncher> launcher =
         adopt(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_STDOUT_SILENCE));
-    for (const char* var : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"})
+    for (const char* var : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME"})
         g_subprocess_launcher_setenv(launcher.get(), var, (home + "/" + var).c_str(), TRUE);
     g_subprocess_launcher_setenv(launcher.get(), "GTK_A11Y", "none", TRUE);
     const gint64 start = g_get_monotonic_time();

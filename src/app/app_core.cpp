@@ -32,6 +32,15 @@ AppCore::AppCore(Options options, Clock& clock)
         session(ProviderID::codex, s.chatgpt, CodexProvider::homePath, CodexProvider::loginDomains(s)),
         s.chatgpt, clock);
     model_ = std::make_unique<UsageModel>(*settings_, std::move(providers), clock, notifier_, login_);
+
+    history_ = std::make_unique<UsageHistory>(*model_, options.historyPath);
+    model_->setHistory(history_.get());
+    history_->onPaceWarning = [this](ProviderID, const std::string& text) { notifier_.notifyPace(text); };
+}
+
+AppCore::~AppCore() {
+    model_->setHistory(nullptr);
+    history_.reset();
 }
 
 WebSession& AppCore::session(ProviderID id) {

@@ -5,6 +5,7 @@
 
 #include "async/clock.h"
 #include "model/app_settings.h"
+#include "model/usage_history.h"
 #include "model/usage_model.h"
 #include "model/usage_notifier.h"
 #include "providers/service_config.h"
@@ -26,13 +27,16 @@ class AppCore {
         std::string webDataDir;         // empty: the default
         std::string webCacheDir;        // empty: the default
         GDBusConnection* bus = nullptr; // for notifications; null: the session bus
+        std::string historyPath;        // empty: the default
     };
 
     AppCore(Options options, Clock& clock);
     AppCore(const AppCore&) = delete;
     AppCore& operator=(const AppCore&) = delete;
+    ~AppCore();
 
     UsageModel& model() { return *model_; }
+    UsageHistory& history() { return *history_; }
     AppSettings& settings() { return *settings_; }
     WebContext& web() { return *web_; }
     LoginWindow& loginWindow() { return login_; }
@@ -49,6 +53,7 @@ class AppCore {
     LoginWindow login_;
     std::map<ProviderID, WebSession*> sessions_; // owned by the providers inside the model
     std::unique_ptr<UsageModel> model_;
+    std::unique_ptr<UsageHistory> history_; // listens to the model, so it goes first
 };
 
 } // namespace ostrel

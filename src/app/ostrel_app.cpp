@@ -1,17 +1,30 @@
 #include "app/ostrel_app.h"
 
+#include "app/status_cli.h"
 #include "ui/panel/panel_window.h"
 
 #include <cstdio>
 #include <cstring>
 #include <glib-unix.h>
 #include <tuple>
+#include <iostream>
 
 namespace ostrel {
 
 namespace {
 constexpr const char* appId = "app.ostrel.Ostrel";
 constexpr const char* demoAppId = "app.ostrel.Ostrel.Demo"; // runs beside a real instance
+
+int runStatusCommand(bool demo, int argc, char** argv) {
+    std::string error;
+    auto request = parseStatusArgs(std::vector<std::string>(argv, argv + argc), error);
+    if (!request) {
+        std::fprintf(stderr, "ostrel: %s (see ostrel --help)\n", error.c_str());
+        return 2;
+    }
+    request->busName = demo ? demoAppId : appId;
+    return runStatus(*request, nullptr, std::cout, std::cerr);
+}
 
 Task<void> startAfterLogin(AppCore& core, Demo* demo) {
     if (demo) co_await demo->logIn(core);
@@ -29,6 +42,7 @@ OstrelApp::~OstrelApp() {
     // Panel first (it watches the model), then what the model drives, then the demo services.
     panel_.reset();
     appearance_.reset();
+    status_.reset();
     core_.reset();
     demo_.reset();
 }
@@ -44,6 +58,7 @@ void OstrelApp::on_startup() {
         options.settingsPath = demo_->folder() + "/settings.ini";
         options.webDataDir = demo_->folder() + "/web";
         options.webCacheDir = demo_->folder() + "/cache";
+        options.historyPath = demo_->folder() + "/history.sqlite";
         std::printf("[Ostrel] Demo: stand-in services at %s, %s, %s\n",
                     options.services.claude.origin().c_str(), options.services.cursor.origin().c_str(),
                     options.services.chatgpt.origin().c_str());
@@ -55,6 +70,7 @@ void OstrelApp::on_startup() {
     core_ = std::make_unique<AppCore>(options, clock_);
 
     UsageModel& model = core_->model();
+    status_ = std::make_unique<StatusService>(bus, model, &core_->history());
     appearance_ = std::make_unique<TrayAppearance>(bus, [&model] { model.updateTrayAppearance(); });
     model.setAppearanceSource([this] { return appearance_->barIsDark(); });
 
@@ -107,18 +123,23 @@ void OstrelApp::on_shutdown() {
 int runOstrel(int argc, char** argv) {
     bool demo = false;
     for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "status") == 0) return runStatusCommand(demo, argc - i - 1, argv + i + 1);
         if (std::strcmp(argv[i], "--version") == 0) {
             std::printf("Ostrel %s\n", OSTREL_VERSION);
             return 0;
         }
         if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) {
             std::printf(
-                "Usage: ostrel [--demo] [--version] [--help]\n\n"
+                "Usage: ostrel [--demo] [--version] [--help]\n"
+                "       ostrel [--demo] status [--json | --waybar [--follow]]\n\n"
                 "Shows in the system tray how much of your Claude, Cursor and Codex allowance is left.\n\n"
                 "  --demo     run against built-in stand-in services with demo accounts\n"
                 "  --version  print the version and exit\n"
                 "  --help     print this help and exit\n\n"
-                "Starting Ostrel again while it runs opens its panel.\n");
+                "Starting Ostrel again while it runs opens its panel.\n\n"
+                "  status     print the running app's status: its spoken text, or with --json the\n"
+                "             status document, or with --waybar a line for a bar's custom module\n"
+                "             (--follow: a line at every change); --demo before it asks the demo\n");
             return 0;
         }
         if (std::strcmp(argv[i], "--demo") == 0) {

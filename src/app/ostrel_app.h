@@ -5,6 +5,7 @@
 
 #include "app/app_core.h"
 #include "app/demo.h"
+#include "app/status_service.h"
 #include "tray/service_tray_items.h"
 #include "tray/tray_appearance.h"
 #include "tray/tray_item.h"
@@ -40,6 +41,7 @@ class OstrelApp : public Gtk::Application {
     SystemClock clock_;
     std::unique_ptr<Demo> demo_;
     std::unique_ptr<AppCore> core_;
+    std::unique_ptr<StatusService> status_; // the status for bars and scripts, on the app's bus
     std::unique_ptr<TrayAppearance> appearance_;
     std::unique_ptr<TrayItem> tray_;
     std::unique_ptr<TrayPresenter> presenter_;

@@ -20,6 +20,8 @@
 
 namespace ostrel {
 
+class UsageHistory;
+
 // One entry of the tray label: a service's logo tinted by level, and its text ("42%" or
 // "42% · 2h 5m").
 struct TrayEntry {
@@ -81,6 +83,9 @@ class UsageModel {
 
     // Fixes the back-off's random spread (tests).
     void setJitter(std::function<double()> jitter) { jitter_ = std::move(jitter); }
+    // The usage history, when the app keeps one; its owner sets it, the panel reads it.
+    UsageHistory* history() const { return history_; }
+    void setHistory(UsageHistory* history) { history_ = history; }
 
     // Emitted once per published change: a refresh's result, a tick, a settings or appearance change.
     sigc::signal<void()> changed;
@@ -107,6 +112,7 @@ class UsageModel {
     std::function<double()> jitter_ = [] { return g_random_double_range(0.8, 1.2); };
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
     std::vector<sigc::connection> connections_;
+    UsageHistory* history_ = nullptr;
 };
 
 } // namespace ostrel

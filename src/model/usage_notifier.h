@@ -25,6 +25,8 @@ class UsageNotifier final : public Notifier {
     void notifyReset(ProviderID id, const UsageLimit& limit) override;
     void notifyLoginExpired(ProviderID id) override;
     void notifyLoginExpiring(ProviderID id, int days) override;
+    // The pace warning ("Claude: at this pace you run out in 40m, 1h 30m before the reset").
+    void notifyPace(const std::string& text);
 
     // Whether the one-time set-up of this run has been made.
     bool setUpDone() const { return setUpDone_; }

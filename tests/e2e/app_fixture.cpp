@@ -45,6 +45,7 @@ void AppFixture::startApp(Clock* clock) {
     options.settingsPath = settingsPath();
     options.webDataDir = webDataDir();
     options.webCacheDir = webCacheDir();
+    options.historyPath = dir_.file("state/ostrel/history.sqlite");
     options.bus = appBus_.get();
     testing::internal::CaptureStdout();
     core_ = std::make_unique<AppCore>(options, clock ? *clock : systemClock_);

@@ -51,6 +51,7 @@ TEST(RealBinary, StartsShowsTheNumbersInTheTrayStaysSingleAndQuitsCleanly) {
     g_subprocess_launcher_setenv(launcher.get(), "XDG_CONFIG_HOME", home.file("config").c_str(), TRUE);
     g_subprocess_launcher_setenv(launcher.get(), "XDG_DATA_HOME", home.file("data").c_str(), TRUE);
     g_subprocess_launcher_setenv(launcher.get(), "XDG_CACHE_HOME", home.file("cache").c_str(), TRUE);
+    g_subprocess_launcher_setenv(launcher.get(), "XDG_STATE_HOME", home.file("state").c_str(), TRUE);
     g_subprocess_launcher_setenv(launcher.get(), "OSTREL_CLAUDE_URL", claude.origin().c_str(), TRUE);
     g_subprocess_launcher_setenv(launcher.get(), "OSTREL_CURSOR_URL", cursor.origin().c_str(), TRUE);
     g_subprocess_launcher_setenv(launcher.get(), "OSTREL_CHATGPT_URL", chatgpt.origin().c_str(), TRUE);

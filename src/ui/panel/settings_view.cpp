@@ -40,6 +40,7 @@ SettingsView::SettingsView(UsageModel& model)
     refresh_.add_css_class("small");
     refresh_.set_action_name("app.refresh");
     bottom_.append(refresh_);
+    bottom_.append(clearHistory_);
     spacer_.set_hexpand(true);
     bottom_.append(spacer_);
     quit_.set_name("quit");

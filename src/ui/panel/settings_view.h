@@ -7,6 +7,7 @@
 
 #include "model/usage_model.h"
 #include "ui/panel/autostart_row.h"
+#include "ui/panel/clear_history_button.h"
 #include "ui/panel/service_section.h"
 #include "ui/panel/settings_rows.h"
 
@@ -36,6 +37,7 @@ class SettingsView : public Gtk::Box {
     Gtk::Separator bottomDivider_;
     Gtk::Box bottom_{Gtk::Orientation::HORIZONTAL};
     Gtk::Button refresh_;
+    ClearHistoryButton clearHistory_{model_};
     Gtk::Box spacer_;
     Gtk::Button quit_;
 };

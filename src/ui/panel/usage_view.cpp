@@ -2,6 +2,7 @@
 
 #include "model/fmt.h"
 #include "model/time_format.h"
+#include "model/usage_history.h"
 #include "ui/panel/panel_actions.h"
 
 namespace ostrel {
@@ -31,12 +32,18 @@ UsageView::UsageView(UsageModel& model, ProviderID id)
     detail_.add_css_class("secondary");
     detail_.add_css_class("tabular");
     figures_.append(detail_);
+    pace_.set_name("pace");
+    pace_.add_css_class("caption");
+    pace_.add_css_class("secondary");
+    pace_.set_visible(false);
+    figures_.append(pace_);
     note_.set_name("note");
     note_.add_css_class("note");
     note_.set_wrap(true);
     note_.set_justify(Gtk::Justification::CENTER);
     figures_.append(note_);
     append(figures_);
+    append(chart_);
 
     divider_.set_name("limits-divider");
     append(divider_);
@@ -79,6 +86,18 @@ void UsageView::update(const ProviderState& state) {
     if (snapshot.note) note_.set_text(*snapshot.note);
 
     setRows(snapshot.others);
+    updateHistory();
+}
+
+void UsageView::updateHistory() {
+    const UsageHistory* history = model_.history();
+    const auto forecast = history ? history->forecast(id_) : std::nullopt;
+    pace_.set_visible(forecast.has_value());
+    if (forecast) pace_.set_text(paceText(*forecast, model_.now()));
+    if (history)
+        chart_.setReadings(history->mainReadings(id_), model_.now());
+    else
+        chart_.set_visible(false);
 }
 
 void UsageView::setRows(const std::vector<UsageLimit>& others) {

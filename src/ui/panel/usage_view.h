@@ -5,6 +5,7 @@
 
 #include "model/usage_model.h"
 #include "ui/gauges/gauge_view.h"
+#include "ui/panel/history_chart.h"
 #include "ui/panel/limit_row.h"
 #include "ui/panel/stale_banner.h"
 
@@ -27,9 +28,11 @@ class UsageView : public Gtk::Box {
     void update(const ProviderState& state);
 
     GaugeView& gauge() { return gauge_; }
+    HistoryChart& chart() { return chart_; }
 
   private:
     void setRows(const std::vector<UsageLimit>& others);
+    void updateHistory();
 
     UsageModel& model_;
     ProviderID id_;
@@ -38,7 +41,9 @@ class UsageView : public Gtk::Box {
     Gtk::Box figures_{Gtk::Orientation::VERTICAL, 4};
     Gtk::Label big_;
     Gtk::Label detail_;
+    Gtk::Label pace_; // the forecast at the recent pace, under the countdown
     Gtk::Label note_;
+    HistoryChart chart_;
     Gtk::Separator divider_;
     Gtk::Box rows_{Gtk::Orientation::VERTICAL, 4};
     std::vector<std::unique_ptr<LimitRow>> limitRows_;

@@ -1,0 +1,18 @@
+#include "ui/panel/clear_history_button.h"
+
+#include "model/usage_history.h"
+
+namespace ostrel {
+
+ClearHistoryButton::ClearHistoryButton(UsageModel& model) {
+    set_name("clear-history");
+    set_label("Clear history");
+    add_css_class("small");
+    set_margin_start(8);
+    set_visible(model.history() != nullptr);
+    signal_clicked().connect([&model] {
+        if (UsageHistory* history = model.history()) history->clear();
+    });
+}
+
+} // namespace ostrel
