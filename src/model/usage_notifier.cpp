@@ -83,6 +83,8 @@ void UsageNotifier::notifyLoginExpiring(ProviderID id, int days) {
     send(std::string(displayName(id)) + " login expires in " + std::to_string(days) +
              (days == 1 ? " day" : " days"),
          "Log in again to keep tracking.");
+}
+
 void UsageNotifier::notifyPace(const std::string& text) {
     send(text, "Judged from your use over the last 45 minutes.");
 }

@@ -52,7 +52,7 @@ class HistoryChartTest : public ::testing::TestWithParam<bool> {
         }
     }
     UsageLimit session(double used, TimePoint reset) { return {"session", "Session", used, reset}; }
-    UsageView& usage() { return *panel->usage(); }
+    UsageView& usage() { return panel->usage(); }
 
     PanelModel m;
     std::unique_ptr<UsageHistory> history;
