@@ -1,5 +1,6 @@
 #include "app/ostrel_app.h"
 
+#include "base/log.h"
 #include "ui/panel/panel_window.h"
 
 #include <cstdio>
@@ -43,9 +44,8 @@ void OstrelApp::on_startup() {
         options.settingsPath = demo_->folder() + "/settings.ini";
         options.webDataDir = demo_->folder() + "/web";
         options.webCacheDir = demo_->folder() + "/cache";
-        std::printf("[Ostrel] Demo: stand-in services at %s, %s, %s\n",
-                    options.services.claude.origin().c_str(), options.services.cursor.origin().c_str(),
-                    options.services.chatgpt.origin().c_str());
+        log("Demo: stand-in services at " + options.services.claude.origin() + ", " +
+            options.services.cursor.origin() + ", " + options.services.chatgpt.origin());
     } else {
         options.services = ServiceConfig::fromEnvironment();
     }

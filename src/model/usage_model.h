@@ -6,6 +6,7 @@
 
 #include "async/clock.h"
 #include "async/loop.h"
+#include "async/task_group.h"
 #include "model/app_settings.h"
 #include "model/login_host.h"
 #include "model/provider_state.h"
@@ -82,7 +83,6 @@ class UsageModel {
   private:
     Task<void> performRefresh(ProviderID id);
     void store(ProviderID id, ProviderState s);
-    static void log(const std::string& line);
 
     AppSettings& settings_;
     Providers providers_;
@@ -94,8 +94,8 @@ class UsageModel {
     TimePoint now_;
     bool isDarkTray_ = true;
     std::function<std::optional<bool>()> appearance_;
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
     std::vector<sigc::connection> connections_;
+    TaskGroup tasks_; // the loops and the refreshes the model starts itself; ended with the model
 };
 
 } // namespace ostrel

@@ -36,7 +36,7 @@ class WebSession final : public WebClient {
     // Loads `url` in the view (a 60-second bound on the load).
     void load(const std::string& url);
 
-    // Writes "[Ostrel][host] message" to standard output.
+    // Logs "[Ostrel][host] message".
     void log(const std::string& message) const;
 
     // Bounds, shortened by tests that exercise them.
@@ -82,6 +82,7 @@ class WebSession final : public WebClient {
 
 // The script the page route runs as the body of an async function with arguments `url` and
 // `extra`: it always resolves to the text of {"code": status, "body": text}, code -1 on failure.
-extern const char* const pageFetchScript;
+// It ships in the resource bundle and is read once.
+const std::string& pageFetchScript();
 
 } // namespace ostrel

@@ -1,4 +1,4 @@
-#include "async/clock.h"
+#include "support/manual_clock.h"
 
 #include <gtest/gtest.h>
 #include <vector>
@@ -6,16 +6,21 @@
 using namespace ostrel;
 using namespace std::chrono_literals;
 
+namespace {
+using Woken = std::vector<std::pair<int, long long>>;
+
+Task<void> sleeper(ManualClock& clock, Woken& woke, int id, std::chrono::milliseconds d) {
+    co_await clock.sleep(d);
+    woke.emplace_back(
+        id, std::chrono::duration_cast<std::chrono::seconds>(clock.now().time_since_epoch()).count());
+}
+} // namespace
+
 TEST(ManualClock, WakesSleepersInTimeOrderAndOnlyWhenDue) {
     ManualClock clock(TimePoint{} + 1000s);
-    std::vector<std::pair<int, long long>> woke;
-    auto sleeper = [&](int id, std::chrono::milliseconds d) -> Task<void> {
-        co_await clock.sleep(d);
-        woke.emplace_back(
-            id, std::chrono::duration_cast<std::chrono::seconds>(clock.now().time_since_epoch()).count());
-    };
-    spawn(sleeper(1, 60s));
-    spawn(sleeper(2, 30s));
+    Woken woke;
+    spawn(sleeper(clock, woke, 1, 60s));
+    spawn(sleeper(clock, woke, 2, 30s));
     clock.advance(29s);
     EXPECT_TRUE(woke.empty());
     clock.advance(2s);

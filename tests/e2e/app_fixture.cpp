@@ -1,4 +1,5 @@
 #include "app_fixture.h"
+#include "support/loop.h"
 
 #include "support/display.h"
 #include "web/web_session.h"

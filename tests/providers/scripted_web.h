@@ -3,6 +3,8 @@
 // exercised against the fake services in tests/web.
 
 #include "async/loop.h"
+#include "support/manual_clock.h"
+#include "support/loop.h"
 #include "base/usage.h"
 #include "providers/service_config.h"
 #include "providers/web_client.h"

@@ -1,4 +1,5 @@
 #include "fake_claude.h"
+#include "support/loop.h"
 #include "providers/claude_provider.h"
 #include "web_fixture.h"
 

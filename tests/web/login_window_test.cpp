@@ -1,4 +1,5 @@
 #include "fake_claude.h"
+#include "support/loop.h"
 #include "model/usage_model.h"
 #include "providers/claude_provider.h"
 #include "support/screenshot.h"

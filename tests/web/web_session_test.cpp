@@ -1,4 +1,5 @@
 #include "base/usage.h"
+#include "support/loop.h"
 #include "fake_claude.h"
 #include "support/test_env.h"
 #include "web_fixture.h"

@@ -2,6 +2,7 @@
 // "/screenshots/support/". The payment screen's picture must still scan.
 
 #include "async/loop.h"
+#include "support/loop.h"
 #include "fake_feedback.h"
 #include "panel_harness.h"
 #include "qr_decode.h"
