@@ -4,8 +4,8 @@
 // bare web engine. Run by hand on a display:
 //   dbus-run-session -- xvfb-run -a -s -noreset build/bench/app/app_bench [idle-seconds] [ostrel]
 #include "async/loop.h"
-#include "support/loop.h"
 #include "fake_tray_watcher.h"
+#include "support/loop.h"
 
 #include <cstdio>
 #include <cstdlib>

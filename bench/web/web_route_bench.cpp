@@ -2,8 +2,8 @@
 // site, with the real engine. Run by hand on a display (or under xvfb-run):
 //   xvfb-run -a build/bench/web/web_route_bench [N]
 #include "async/loop.h"
-#include "support/loop.h"
 #include "fake_claude.h"
+#include "support/loop.h"
 #include "web/web_session.h"
 
 #include <algorithm>

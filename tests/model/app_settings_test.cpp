@@ -96,7 +96,7 @@ TEST(AppSettings, CorruptFileGivesDefaultsAndIsKeptUntilTheUserChangesSomething)
     const std::string junk = "\x01\x02 this is [[[ not a key file\nenabledProviders\n";
     store(dir, junk);
     {
-        LogLines log;
+        test::LogLines log;
         AppSettings s(settingsFile(dir));
         EXPECT_EQ(log.take().size(), 1u) << "one line says why the file was not used";
         EXPECT_EQ(s.enabled(), all);
@@ -113,7 +113,7 @@ TEST(AppSettings, UnwritableFolderWarnsAndKeepsWorking) {
     g_mkdir_with_parents(dir.file("ostrel").c_str(), 0700);
     g_chmod(dir.file("ostrel").c_str(), 0500);
     AppSettings s(settingsFile(dir));
-    LogLines log;
+    test::LogLines log;
     s.setTheme(GaugeTheme::bubble);
     ASSERT_EQ(log.lines().size(), 1u);
     EXPECT_NE(log.lines()[0].find("could not be saved"), std::string::npos) << log.lines()[0];
@@ -125,7 +125,7 @@ TEST(AppSettings, FolderThatIsAFileWarnsAndKeepsWorking) {
     TempDir dir;
     writeFile(dir.file("ostrel"), "not a folder");
     AppSettings s(settingsFile(dir));
-    LogLines log;
+    test::LogLines log;
     s.setProviderEnabled(ProviderID::codex, false);
     ASSERT_EQ(log.lines().size(), 1u);
     EXPECT_NE(log.lines()[0].find("not saved"), std::string::npos) << log.lines()[0];

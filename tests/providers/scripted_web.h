@@ -3,11 +3,11 @@
 // exercised against the fake services in tests/web.
 
 #include "async/loop.h"
-#include "support/manual_clock.h"
-#include "support/loop.h"
 #include "base/usage.h"
 #include "providers/service_config.h"
 #include "providers/web_client.h"
+#include "support/loop.h"
+#include "support/manual_clock.h"
 
 #include <deque>
 #include <functional>

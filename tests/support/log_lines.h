@@ -16,6 +16,13 @@ class LogLines {
     bool has(const std::string& line) const {
         return std::find(lines_.begin(), lines_.end(), line) != lines_.end();
     }
+    // All lines as one text, each ending in a line break (as they would have reached the output).
+    std::string text() const {
+        std::string out;
+        for (const auto& line : lines_)
+            out += line + "\n";
+        return out;
+    }
     // The lines said since the last take(), which forgets them.
     std::vector<std::string> take() { return std::exchange(lines_, {}); }
 

@@ -1,6 +1,6 @@
 #include "fake_claude.h"
-#include "support/loop.h"
 #include "providers/claude_provider.h"
+#include "support/loop.h"
 #include "web_fixture.h"
 
 #include <gtest/gtest.h>

@@ -2,11 +2,11 @@
 // the site's own form in the web view, then fetch, and watch what reaches the server.
 
 #include "fake_chatgpt.h"
-#include "support/manual_clock.h"
-#include "support/loop.h"
 #include "fake_cursor.h"
 #include "providers/codex_provider.h"
 #include "providers/cursor_provider.h"
+#include "support/loop.h"
+#include "support/manual_clock.h"
 #include "web_fixture.h"
 
 #include <gtest/gtest.h>

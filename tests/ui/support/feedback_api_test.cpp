@@ -1,8 +1,8 @@
 // The feedback sender against the loopback fake feedback service.
 
 #include "async/loop.h"
-#include "support/loop.h"
 #include "fake_feedback.h"
+#include "support/loop.h"
 #include "ui/support/feedback_api.h"
 
 #include <glib.h>

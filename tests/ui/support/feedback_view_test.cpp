@@ -1,9 +1,9 @@
 // The feedback screen under a real display, sending to the loopback fake feedback service.
 
 #include "async/loop.h"
-#include "support/loop.h"
 #include "fake_feedback.h"
 #include "panel_harness.h"
+#include "support/loop.h"
 #include "ui/support/feedback_view.h"
 
 #include <glib.h>

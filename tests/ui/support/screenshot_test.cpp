@@ -2,10 +2,10 @@
 // "/screenshots/support/". The payment screen's picture must still scan.
 
 #include "async/loop.h"
-#include "support/loop.h"
 #include "fake_feedback.h"
 #include "panel_harness.h"
 #include "qr_decode.h"
+#include "support/loop.h"
 #include "support/screenshot.h"
 #include "ui/panel/panel_view.h"
 #include "ui/support/feedback_view.h"
