@@ -81,16 +81,6 @@ TEST(Task, ErrorsPropagateToTheAwaiter) {
     EXPECT_EQ(runSync(outer()), "caught boom");
 }
 
-TEST(Task, SleepingDoesNotBlockTheLoop) {
-    int ticks = 0;
-    guint id = g_timeout_add(
-        5, [](gpointer p) -> gboolean { return ++*static_cast<int*>(p), G_SOURCE_CONTINUE; }, &ticks);
-    runSync(sleepFor(200ms));
-    g_source_remove(id);
-    // A blocking sleep would have let at most one tick through.
-    EXPECT_GE(ticks, 10);
-}
-
 TEST(BoundedCall, GivesTheAnswerOrSaysTheBoundPassed) {
     // A pipe that gets no data: reading from it would wait forever without the bound.
     int fds[2];

@@ -25,6 +25,11 @@ struct ManualClock::Sleep {
     void await_resume() const noexcept {}
 };
 
+ManualClock::~ManualClock() {
+    for (auto& [wake, sleeper] : sleepers_)
+        sleeper->queued = false;
+}
+
 Task<void> ManualClock::sleep(std::chrono::milliseconds d) {
     co_await Sleep(*this, now_ + d);
 }

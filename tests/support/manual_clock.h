@@ -12,6 +12,10 @@ namespace ostrel {
 class ManualClock final : public Clock {
   public:
     explicit ManualClock(TimePoint start) : now_(start) {}
+    ManualClock(const ManualClock&) = delete;
+    ManualClock& operator=(const ManualClock&) = delete;
+    // Sleepers still waiting never wake; their frames may be destroyed later without the clock.
+    ~ManualClock() override;
     TimePoint now() const override { return now_; }
     Task<void> sleep(std::chrono::milliseconds d) override;
 
