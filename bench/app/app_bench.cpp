@@ -5,6 +5,7 @@
 //   dbus-run-session -- xvfb-run -a -s -noreset build/bench/app/app_bench [idle-seconds] [ostrel]
 #include "async/loop.h"
 #include "fake_tray_watcher.h"
+#include "support/loop.h"
 
 #include <cstdio>
 #include <cstdlib>

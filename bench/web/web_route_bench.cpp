@@ -3,6 +3,7 @@
 //   xvfb-run -a build/bench/web/web_route_bench [N]
 #include "async/loop.h"
 #include "fake_claude.h"
+#include "support/loop.h"
 #include "web/web_session.h"
 
 #include <algorithm>

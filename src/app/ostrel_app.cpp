@@ -1,6 +1,7 @@
 #include "app/ostrel_app.h"
 
 #include "app/status_cli.h"
+#include "base/log.h"
 #include "ui/panel/panel_window.h"
 
 #include <cstdio>
@@ -59,9 +60,8 @@ void OstrelApp::on_startup() {
         options.webDataDir = demo_->folder() + "/web";
         options.webCacheDir = demo_->folder() + "/cache";
         options.historyPath = demo_->folder() + "/history.sqlite";
-        std::printf("[Ostrel] Demo: stand-in services at %s, %s, %s\n",
-                    options.services.claude.origin().c_str(), options.services.cursor.origin().c_str(),
-                    options.services.chatgpt.origin().c_str());
+        log("Demo: stand-in services at " + options.services.claude.origin() + ", " +
+            options.services.cursor.origin() + ", " + options.services.chatgpt.origin());
     } else {
         options.services = ServiceConfig::fromEnvironment();
     }

@@ -11,23 +11,30 @@
 namespace ostrel {
 
 template <typename T = void> class Task;
+class TaskGroup;
 
 namespace detail {
 
 void reportDetachedFailure(std::exception_ptr error) noexcept;
+// Forgets and frees a finished task of `group` (task_group.cpp).
+void releaseFromGroup(TaskGroup& group, std::coroutine_handle<> task) noexcept;
 
 struct PromiseBase {
     std::coroutine_handle<> continuation;
     std::exception_ptr error;
     bool detached = false;
+    TaskGroup* group = nullptr; // the owner of a spawned task, which frees it at its end
 
     struct FinalAwaiter {
         bool await_ready() noexcept { return false; }
         template <typename P> std::coroutine_handle<> await_suspend(std::coroutine_handle<P> h) noexcept {
             PromiseBase& p = h.promise();
-            if (p.detached) {
+            if (p.detached || p.group) {
                 if (p.error) reportDetachedFailure(p.error);
-                h.destroy();
+                if (p.group)
+                    releaseFromGroup(*p.group, h);
+                else
+                    h.destroy();
                 return std::noop_coroutine();
             }
             return p.continuation ? p.continuation : std::noop_coroutine();
@@ -102,6 +109,9 @@ template <typename T> class [[nodiscard]] Task {
         h.resume();
     }
 
+    // Hands the frame over to whoever takes charge of it (TaskGroup); the task is not started.
+    Handle release() && { return std::exchange(h_, {}); }
+
   private:
     void destroy() {
         if (h_) std::exchange(h_, {}).destroy();
@@ -118,7 +128,8 @@ inline Task<void> Promise<void>::get_return_object() noexcept {
 }
 } // namespace detail
 
-// Fire-and-forget start of a main-loop task (the equivalent of starting a main-thread task).
+// Fire-and-forget start of a main-loop task that nobody cancels. Objects that can go away while
+// their tasks run spawn into a TaskGroup of their own instead.
 inline void spawn(Task<void> task) {
     std::move(task).detach();
 }

@@ -1,6 +1,7 @@
 #include "model/app_settings.h"
 
-#include <cstdio>
+#include "base/log.h"
+
 #include <glib/gstdio.h>
 #include <vector>
 
@@ -10,7 +11,7 @@ namespace {
 constexpr const char* group = "Ostrel";
 
 void warn(const std::string& text) {
-    std::printf("[Ostrel] %s\n", text.c_str());
+    log(text);
 }
 } // namespace
 

@@ -1,10 +1,9 @@
 #include "model/usage_model.h"
 
+#include "base/log.h"
 #include "model/fmt.h"
 #include "model/refresh_rules.h"
 #include "model/time_format.h"
-
-#include <cstdio>
 
 namespace ostrel {
 
@@ -12,22 +11,42 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// The loops end once the model is gone (only tests ever get there; the app keeps its model).
-Task<void> pollLoop(UsageModel& model, Clock& clock, std::shared_ptr<bool> alive) {
+// The loops run for the model's life; its task group ends them with it.
+Task<void> pollLoop(UsageModel& model, Clock& clock) {
     for (;;) {
         co_await model.refreshDue();
-        co_await clock.sleep(60s); // an interrupted sleep just means the next pass comes early
-        if (!*alive) co_return;
+        co_await clock.sleep(60s);
     }
 }
 
-Task<void> tickLoop(UsageModel& model, Clock& clock, std::shared_ptr<bool> alive) {
+Task<void> tickLoop(UsageModel& model, Clock& clock) {
     for (;;) {
         co_await clock.sleep(30s);
-        if (!*alive) co_return;
         co_await model.tick();
     }
 }
+
+// Ends a refresh's turn in `inFlight` however the refresh ends, also when its task is destroyed
+// midway: whoever joined it goes on, and the service can be fetched again.
+class InFlightTurn {
+  public:
+    InFlightTurn(std::map<ProviderID, std::shared_ptr<AsyncEvent>>& inFlight, ProviderID id,
+                 std::shared_ptr<AsyncEvent> done)
+        : inFlight_(inFlight), id_(id), done_(std::move(done)) {
+        inFlight_[id_] = done_;
+    }
+    InFlightTurn(const InFlightTurn&) = delete;
+    InFlightTurn& operator=(const InFlightTurn&) = delete;
+    ~InFlightTurn() {
+        inFlight_.erase(id_);
+        done_->set();
+    }
+
+  private:
+    std::map<ProviderID, std::shared_ptr<AsyncEvent>>& inFlight_;
+    ProviderID id_;
+    std::shared_ptr<AsyncEvent> done_;
+};
 
 Task<void> logOutThenShowLogin(UsageModel& model, ProviderID id) {
     co_await model.logOut(id);
@@ -41,28 +60,21 @@ UsageModel::UsageModel(AppSettings& settings, Providers providers, Clock& clock,
     : settings_(settings), providers_(std::move(providers)), clock_(clock), notifier_(notifier),
       login_(login), now_(clock.now()) {
     connections_.push_back(settings_.changed.connect([this] { changed.emit(); }));
-    connections_.push_back(settings_.enabledChanged.connect([this] { spawn(refreshAll()); }));
-    login_.onClose = [this, alive = alive_](ProviderID id) {
-        if (*alive) spawn(refresh(id));
-    };
+    connections_.push_back(settings_.enabledChanged.connect([this] { tasks_.spawn(refreshAll()); }));
+    login_.onClose = [this](ProviderID id) { tasks_.spawn(refresh(id)); };
 }
 
 UsageModel::~UsageModel() {
-    *alive_ = false;
     for (auto& c : connections_)
         c.disconnect();
     login_.onClose = nullptr;
+    tasks_.cancelAll(); // before any member goes: the tasks use them while they unwind
 }
 
 void UsageModel::start() {
     updateTrayAppearance();
-    spawn(pollLoop(*this, clock_, alive_));
-    spawn(tickLoop(*this, clock_, alive_));
-}
-
-void UsageModel::log(const std::string& line) {
-    std::printf("[Ostrel] %s\n", line.c_str());
-    std::fflush(stdout);
+    tasks_.spawn(pollLoop(*this, clock_));
+    tasks_.spawn(tickLoop(*this, clock_));
 }
 
 ProviderState UsageModel::state(ProviderID id) const {
@@ -123,11 +135,8 @@ Task<void> UsageModel::refresh(ProviderID id) {
         co_await done->wait();
         co_return;
     }
-    auto done = std::make_shared<AsyncEvent>();
-    inFlight_[id] = done;
+    const InFlightTurn turn(inFlight_, id, std::make_shared<AsyncEvent>());
     co_await performRefresh(id);
-    inFlight_.erase(id);
-    done->set();
 }
 
 Task<void> UsageModel::performRefresh(ProviderID id) {
@@ -212,7 +221,7 @@ void UsageModel::showLogin(ProviderID id) {
 }
 
 void UsageModel::switchAccount(ProviderID id) {
-    spawn(logOutThenShowLogin(*this, id));
+    tasks_.spawn(logOutThenShowLogin(*this, id));
 }
 
 Task<void> UsageModel::logOut(ProviderID id) {

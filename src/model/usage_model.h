@@ -6,6 +6,7 @@
 
 #include "async/clock.h"
 #include "async/loop.h"
+#include "async/task_group.h"
 #include "model/app_settings.h"
 #include "model/login_host.h"
 #include "model/provider_state.h"
@@ -94,7 +95,6 @@ class UsageModel {
     Task<void> performRefresh(ProviderID id);
     bool resting(ProviderID id) const;
     void store(ProviderID id, ProviderState s);
-    static void log(const std::string& line);
 
     AppSettings& settings_;
     Providers providers_;
@@ -110,9 +110,9 @@ class UsageModel {
     std::map<ProviderID, std::uint64_t> generations_;
     // Spread of the rate-limit back-off; tests fix it.
     std::function<double()> jitter_ = [] { return g_random_double_range(0.8, 1.2); };
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
     std::vector<sigc::connection> connections_;
     UsageHistory* history_ = nullptr;
+    TaskGroup tasks_; // the loops and the refreshes the model starts itself; ended with the model
 };
 
 } // namespace ostrel

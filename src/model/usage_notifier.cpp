@@ -1,6 +1,6 @@
 #include "model/usage_notifier.h"
 
-#include "async/loop.h"
+#include "async/bounded_call.h"
 #include "model/fmt.h"
 
 namespace ostrel {
@@ -11,21 +11,25 @@ constexpr const char* service = "org.freedesktop.Notifications";
 constexpr const char* path = "/org/freedesktop/Notifications";
 constexpr int callTimeoutMs = 5000;
 
+constexpr std::chrono::milliseconds callTimeout{callTimeoutMs};
+
 Task<GObjectPtr<GDBusConnection>> sessionBus() {
-    Cancellable cancel;
-    Deadline deadline(cancel.get(), std::chrono::milliseconds(callTimeoutMs));
-    auto res = co_await gioCall(
-        [&](GAsyncReadyCallback cb, gpointer ud) { g_bus_get(G_BUS_TYPE_SESSION, cancel.get(), cb, ud); });
-    co_return adopt(g_bus_get_finish(res.get(), nullptr));
+    auto out = co_await boundedCall([](GCancellable* c, GAsyncReadyCallback cb,
+                                       gpointer ud) { g_bus_get(G_BUS_TYPE_SESSION, c, cb, ud); },
+                                    callTimeout);
+    co_return adopt(g_bus_get_finish(out.result.get(), nullptr));
 }
 
 Task<void> call(GDBusConnection* bus, const char* method, GVariant* params) {
-    auto res = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        g_dbus_connection_call(bus, service, path, service, method, params, nullptr, G_DBUS_CALL_FLAGS_NONE,
-                               callTimeoutMs, nullptr, cb, ud);
-    });
+    // The bus bounds the call itself; our bound is there for a bus that never answers at all.
+    auto out = co_await boundedCall(
+        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+            g_dbus_connection_call(bus, service, path, service, method, params, nullptr,
+                                   G_DBUS_CALL_FLAGS_NONE, callTimeoutMs, c, cb, ud);
+        },
+        callTimeout + std::chrono::seconds(1));
     GVariantPtr reply(
-        g_dbus_connection_call_finish(bus, res.get(), nullptr)); // failures are not ours to show
+        g_dbus_connection_call_finish(bus, out.result.get(), nullptr)); // failures are not ours to show
 }
 
 Task<void> postNow(GObjectPtr<GDBusConnection> bus, bool firstOfRun, std::string title, std::string body) {
@@ -57,7 +61,7 @@ void UsageNotifier::send(const std::string& title, const std::string& body) {
     const bool first = !setUpDone_;
     setUpDone_ = true;
     auto done = std::make_shared<AsyncEvent>();
-    spawn(post(bus_, first, title, body, std::exchange(lastPost_, done), done));
+    tasks_.spawn(post(bus_, first, title, body, std::exchange(lastPost_, done), done));
 }
 
 void UsageNotifier::notifyBelow50(ProviderID id, const UsageLimit& limit) {

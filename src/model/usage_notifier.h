@@ -5,6 +5,7 @@
 // notification service or no session bus at all.
 
 #include "async/loop.h"
+#include "async/task_group.h"
 #include "base/gobject_ptr.h"
 #include "model/provider_state.h"
 
@@ -37,6 +38,7 @@ class UsageNotifier final : public Notifier {
     GObjectPtr<GDBusConnection> bus_;
     bool setUpDone_ = false;
     std::shared_ptr<AsyncEvent> lastPost_; // the newest post, which the next one waits for
+    TaskGroup tasks_;                      // the posts under way; last, so it goes first
 };
 
 } // namespace ostrel

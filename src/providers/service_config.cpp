@@ -1,7 +1,9 @@
 #include "providers/service_config.h"
 
-#include <cstdio>
+#include "base/log.h"
+
 #include <cstdlib>
+#include <string>
 
 namespace ostrel {
 
@@ -49,7 +51,7 @@ void override(ServiceEndpoint& e, const char* var) {
     if (auto parsed = ServiceEndpoint::parse(value))
         e = *parsed;
     else
-        std::printf("[Ostrel] Ignoring %s: not a base URL like http://127.0.0.1:8080\n", var);
+        log(std::string("Ignoring ") + var + ": not a base URL like http://127.0.0.1:8080");
 }
 void overrideText(std::string& s, const char* var) {
     if (const char* value = std::getenv(var); value && *value) s = value;

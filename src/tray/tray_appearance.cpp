@@ -1,5 +1,8 @@
 #include "tray/tray_appearance.h"
 
+#include "async/bounded_call.h"
+
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <gtk/gtk.h>
@@ -13,10 +16,15 @@ constexpr const char* portalName = "org.freedesktop.portal.Desktop";
 constexpr const char* portalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* settingsIface = "org.freedesktop.portal.Settings";
 
+constexpr std::chrono::milliseconds portalTimeout{3000};
+
 // The portal wraps the value in one or two variants depending on the method and its version.
 std::optional<unsigned> schemeFrom(GVariant* v) {
-    while (v && g_variant_is_of_type(v, G_VARIANT_TYPE_VARIANT))
-        v = g_variant_get_variant(v);
+    GVariantPtr unwrapped;
+    while (v && g_variant_is_of_type(v, G_VARIANT_TYPE_VARIANT)) {
+        unwrapped.reset(g_variant_get_variant(v));
+        v = unwrapped.get();
+    }
     if (v && g_variant_is_of_type(v, G_VARIANT_TYPE_UINT32)) return g_variant_get_uint32(v);
     return std::nullopt;
 }
@@ -28,34 +36,29 @@ TrayAppearance::TrayAppearance(GDBusConnection* bus, std::function<void()> chang
     subscription_ = g_dbus_connection_signal_subscribe(
         bus_.get(), portalName, settingsIface, "SettingChanged", portalPath, "org.freedesktop.appearance",
         G_DBUS_SIGNAL_FLAGS_NONE, &TrayAppearance::onSettingChanged, this, nullptr);
-    readPortal();
+    tasks_.spawn(readPortal());
 }
 
 TrayAppearance::~TrayAppearance() {
-    *alive_ = false;
+    tasks_.cancelAll(); // the read must not finish into a half-destroyed object
     if (subscription_) g_dbus_connection_signal_unsubscribe(bus_.get(), subscription_);
 }
 
-void TrayAppearance::readPortal() {
-    struct Ctx {
-        TrayAppearance* self;
-        std::shared_ptr<bool> alive;
-    };
-    auto* ctx = new Ctx{this, alive_};
-    g_dbus_connection_call(
-        bus_.get(), portalName, portalPath, settingsIface, "Read",
-        g_variant_new("(ss)", "org.freedesktop.appearance", "color-scheme"), G_VARIANT_TYPE("(v)"),
-        G_DBUS_CALL_FLAGS_NONE, 3000, nullptr,
-        [](GObject* source, GAsyncResult* res, gpointer data) {
-            std::unique_ptr<Ctx> c(static_cast<Ctx*>(data));
-            GVariantPtr reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), res, nullptr));
-            if (!*c->alive || !reply) return; // no portal: the GTK theme decides
-            GVariant* inner = g_variant_get_child_value(reply.get(), 0);
-            c->self->colorScheme_ = schemeFrom(inner);
-            g_variant_unref(inner);
-            if (c->self->changed_) c->self->changed_();
+Task<void> TrayAppearance::readPortal() {
+    GDBusConnection* bus = bus_.get();
+    auto out = co_await boundedCall(
+        [bus](GCancellable* c, GAsyncReadyCallback cb, gpointer data) {
+            g_dbus_connection_call(bus, portalName, portalPath, settingsIface, "Read",
+                                   g_variant_new("(ss)", "org.freedesktop.appearance", "color-scheme"),
+                                   G_VARIANT_TYPE("(v)"), G_DBUS_CALL_FLAGS_NONE,
+                                   static_cast<int>(portalTimeout.count()), c, cb, data);
         },
-        ctx);
+        portalTimeout);
+    GVariantPtr reply(g_dbus_connection_call_finish(bus, out.result.get(), nullptr));
+    if (!reply) co_return; // no portal: the GTK theme decides
+    const GVariantPtr inner(g_variant_get_child_value(reply.get(), 0));
+    colorScheme_ = schemeFrom(inner.get());
+    if (changed_) changed_();
 }
 
 void TrayAppearance::onSettingChanged(GDBusConnection*, const char*, const char*, const char*, const char*,

@@ -3,6 +3,8 @@
 // org.freedesktop.appearance color-scheme), else the GTK theme's dark preference. OSTREL_TRAY_STYLE
 // (dark or light) overrides both, for panels that do not follow the desktop's scheme.
 
+#include "async/task.h"
+#include "async/task_group.h"
 #include "base/gobject_ptr.h"
 
 #include <functional>
@@ -25,13 +27,13 @@ class TrayAppearance {
   private:
     static void onSettingChanged(GDBusConnection*, const char*, const char*, const char*, const char*,
                                  GVariant* params, gpointer self);
-    void readPortal();
+    Task<void> readPortal();
 
     GObjectPtr<GDBusConnection> bus_;
     std::function<void()> changed_;
     std::optional<unsigned> colorScheme_; // 0 no preference, 1 dark, 2 light
     guint subscription_ = 0;
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    TaskGroup tasks_; // the portal read; last, so it ends before anything it writes goes
 };
 
 } // namespace ostrel

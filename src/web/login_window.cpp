@@ -1,8 +1,7 @@
 #include "web/login_window.h"
 
+#include "base/log.h"
 #include "web/web_session.h"
-
-#include <cstdio>
 
 namespace ostrel {
 
@@ -71,7 +70,7 @@ void LoginWindow::build() {
 void LoginWindow::show(ProviderID id, UsageProvider& provider) {
     auto* session = dynamic_cast<WebSession*>(&provider.web());
     if (!session) {
-        std::printf("[Ostrel] %s has no web page to log in on\n", std::string(displayName(id)).c_str());
+        log(std::string(displayName(id)) + " has no web page to log in on");
         return;
     }
     show(id, *session, provider.loginURL());
@@ -80,8 +79,7 @@ void LoginWindow::show(ProviderID id, UsageProvider& provider) {
 void LoginWindow::show(ProviderID id, WebSession& session, const std::string& url) {
     if (!window_) build();
     const std::string name(displayName(id));
-    std::printf("[Ostrel] Opening login window for %s\n", name.c_str());
-    std::fflush(stdout);
+    log("Opening login window for " + name);
     current_ = id;
     gtk_window_set_title(window_, ("Log in to " + name + ", then close this window").c_str());
 

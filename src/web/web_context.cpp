@@ -1,8 +1,8 @@
 #include "web/web_context.h"
 
-#include "async/loop.h"
+#include "async/bounded_call.h"
+#include "base/log.h"
 
-#include <cstdio>
 #include <glib/gstdio.h>
 
 namespace ostrel {
@@ -10,7 +10,7 @@ namespace ostrel {
 namespace {
 void makePrivateDir(const std::string& path) {
     if (g_mkdir_with_parents(path.c_str(), 0700) != 0)
-        std::printf("[Ostrel] Could not create %s; logins will not be kept\n", path.c_str());
+        log("Could not create " + path + "; logins will not be kept");
     // Tighten folders that already existed with looser modes: they hold login cookies.
     g_chmod(path.c_str(), 0700);
 }
@@ -50,10 +50,12 @@ WebContext::~WebContext() {
 Task<void> WebContext::addCookie(std::string name, std::string value, std::string host, int maxAgeSeconds) {
     SoupCookie* cookie = soup_cookie_new(name.c_str(), value.c_str(), host.c_str(), "/", maxAgeSeconds);
     WebKitCookieManager* manager = cookies();
-    auto result = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        webkit_cookie_manager_add_cookie(manager, cookie, nullptr, cb, ud);
-    });
-    webkit_cookie_manager_add_cookie_finish(manager, result.get(), nullptr);
+    auto out = co_await boundedCall(
+        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+            webkit_cookie_manager_add_cookie(manager, cookie, c, cb, ud);
+        },
+        std::chrono::seconds(15));
+    webkit_cookie_manager_add_cookie_finish(manager, out.result.get(), nullptr);
     soup_cookie_free(cookie);
 }
 

@@ -1,40 +1,25 @@
 #include "web/web_session.h"
 
+#include "async/bounded_call.h"
 #include "async/loop.h"
+#include "base/log.h"
 #include "base/usage.h"
 #include "providers/guarded_get.h"
+#include "web/domain_match.h"
 
-#include <cstdio>
 #include <nlohmann/json.hpp>
+
+extern "C" GResource* ostrel_get_resource(void);
 
 namespace ostrel {
 
-const char* const pageFetchScript =
-    "try {\n"
-    "    const ctrl = new AbortController();\n"
-    "    setTimeout(() => ctrl.abort(), timeout);   // give up after timeout ms\n"
-    "    const r = await fetch(url, { credentials: \"include\", headers: "
-    "Object.assign({ \"Accept\": \"application/json\" }, extra), signal: ctrl.signal });\n"
-    "    return JSON.stringify({ code: r.status, body: await r.text(), "
-    "retryAfter: r.headers.get(\"Retry-After\"), mitigated: r.headers.get(\"cf-mitigated\") });\n"
-    "} catch (e) {\n"
-    "    return JSON.stringify({ code: -1, body: String(e) + \" (page: \" + "
-    "location.href + \")\" });\n"
-    "}";
+using namespace std::chrono_literals;
 
 namespace {
 
-bool endsWith(std::string_view s, std::string_view suffix) {
-    return s.size() >= suffix.size() && s.compare(s.size() - suffix.size(), suffix.size(), suffix) == 0;
-}
-
-// The cookie domain is the host, its leading-dot form, or a sub-domain of it. A plain suffix test
-// would also take "notclaude.ai" for "claude.ai" and send that site's cookies along.
-bool cookieBelongsTo(std::string_view domain, std::string_view host) {
-    if (domain == host) return true;
-    return domain.size() > host.size() && endsWith(domain, host) &&
-           domain[domain.size() - host.size() - 1] == '.';
-}
+// Bounds of the cookie store and the website-data store, which answer from local storage.
+constexpr auto cookieStoreTimeout = 15s;
+constexpr auto dataStoreTimeout = 30s;
 
 std::string hostOf(const char* uri) {
     if (!uri) return {};
@@ -100,9 +85,21 @@ void WebSession::onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminat
                   : "Web page was stopped; it is reloaded on the next request");
 }
 
+const std::string& pageFetchScript() {
+    // Read once from the bundle; the bundle is part of the program, so it is always there.
+    static const std::string script = [] {
+        const GBytesPtr bytes(g_resource_lookup_data(ostrel_get_resource(),
+                                                     "/app/ostrel/Ostrel/web/page_fetch.js",
+                                                     G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr));
+        gsize size = 0;
+        const auto* data = static_cast<const char*>(bytes ? g_bytes_get_data(bytes.get(), &size) : nullptr);
+        return std::string(data ? data : "", size);
+    }();
+    return script;
+}
+
 void WebSession::log(const std::string& message) const {
-    std::printf("[Ostrel][%s] %s\n", host_.c_str(), message.c_str());
-    std::fflush(stdout);
+    logFrom(host_, message);
 }
 
 void WebSession::load(const std::string& url) {
@@ -173,7 +170,7 @@ Task<HttpResult> WebSession::get(std::string url, Headers headers) {
 
 Task<void> WebSession::waitForPage() {
     const char* current = webkit_web_view_get_uri(view_.get());
-    if (pageLost_ || !current || !endsWith(hostOf(current), host_)) {
+    if (pageLost_ || !current || !domainMatches(hostOf(current), host_)) {
         pageLost_ = false;
         load(restURL_);
     }
@@ -198,19 +195,21 @@ Task<HttpResult> WebSession::getViaPage(std::string url, Headers headers) {
     GVariant* arguments = g_variant_builder_end(&args); // floating: the call takes it
 
     // The script aborts its own request; this bound is for a web process that never answers at all.
-    Cancellable cancel;
-    Deadline deadline(cancel.get(), limits_.pageFetchAbort + std::chrono::seconds(5));
     WebKitWebView* view = view_.get();
-    auto result = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        webkit_web_view_call_async_javascript_function(view, pageFetchScript, -1, arguments, nullptr, nullptr,
-                                                       cancel.get(), cb, ud);
-    });
+    const std::string& script = pageFetchScript();
+    auto out = co_await boundedCall(
+        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+            webkit_web_view_call_async_javascript_function(view, script.c_str(),
+                                                           static_cast<gssize>(script.size()), arguments,
+                                                           nullptr, nullptr, c, cb, ud);
+        },
+        limits_.pageFetchAbort + 5s);
     GErrorOut err;
     GObjectPtr<JSCValue> value =
-        adopt(webkit_web_view_call_async_javascript_function_finish(view, result.get(), err.out()));
+        adopt(webkit_web_view_call_async_javascript_function_finish(view, out.result.get(), err.out()));
     if (!value) {
         const char* now = webkit_web_view_get_uri(view);
-        const std::string why = deadline.expired() ? "The page did not answer in time" : err.message();
+        const std::string why = out.timedOut ? "The page did not answer in time" : err.message();
         throw WebError(why + " (page: " + (now ? now : "none") + ")");
     }
     if (!jsc_value_is_string(value.get())) throw WebError("Unexpected result from page");
@@ -234,13 +233,12 @@ Task<HttpResult> WebSession::getViaPage(std::string url, Headers headers) {
 
 Task<std::vector<WebSession::CookiePtr>> WebSession::allCookies() {
     WebKitCookieManager* manager = context_.cookies();
-    Cancellable cancel;
-    Deadline deadline(cancel.get(), std::chrono::seconds(15));
-    auto result = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        webkit_cookie_manager_get_all_cookies(manager, cancel.get(), cb, ud);
-    });
+    auto listed =
+        co_await boundedCall([&](GCancellable* c, GAsyncReadyCallback cb,
+                                 gpointer ud) { webkit_cookie_manager_get_all_cookies(manager, c, cb, ud); },
+                             cookieStoreTimeout);
     GErrorOut err;
-    GList* list = webkit_cookie_manager_get_all_cookies_finish(manager, result.get(), err.out());
+    GList* list = webkit_cookie_manager_get_all_cookies_finish(manager, listed.result.get(), err.out());
     // An empty store answers an empty list without an error; a failed or slow read is not "no login".
     if (!list && err) throw WebError("Could not read the cookie store");
     std::vector<CookiePtr> out;
@@ -252,7 +250,7 @@ Task<std::vector<WebSession::CookiePtr>> WebSession::allCookies() {
 
 Task<bool> WebSession::hasCookie(std::string name) {
     for (const auto& c : co_await allCookies())
-        if (name == soup_cookie_get_name(c.get()) && cookieBelongsTo(soup_cookie_get_domain(c.get()), host_))
+        if (name == soup_cookie_get_name(c.get()) && domainMatches(soup_cookie_get_domain(c.get()), host_))
             co_return true;
     co_return false;
 }
@@ -270,7 +268,7 @@ Task<HttpResult> WebSession::getViaCookies(std::string url, Headers headers) {
     GSList* kept = nullptr;
     auto cookies = co_await allCookies();
     for (const auto& c : cookies)
-        if (cookieBelongsTo(soup_cookie_get_domain(c.get()), host_)) kept = g_slist_append(kept, c.get());
+        if (domainMatches(soup_cookie_get_domain(c.get()), host_)) kept = g_slist_append(kept, c.get());
     if (!kept) throw WebError("No " + host_ + " login found");
     GCharPtr cookieHeader(soup_cookies_to_cookie_header(kept));
     g_slist_free(kept); // the cookies themselves belong to `cookies`
@@ -283,15 +281,15 @@ Task<HttpResult> WebSession::getViaCookies(std::string url, Headers headers) {
     for (const auto& [name, value] : headers)
         soup_message_headers_replace(h, name.c_str(), value.c_str());
 
-    Cancellable cancel;
-    Deadline deadline(cancel.get(), limits_.directTimeout);
     SoupSession* http = context_.http();
-    auto result = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        soup_session_send_and_read_async(http, msg.get(), G_PRIORITY_DEFAULT, cancel.get(), cb, ud);
-    });
+    auto out = co_await boundedCall(
+        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+            soup_session_send_and_read_async(http, msg.get(), G_PRIORITY_DEFAULT, c, cb, ud);
+        },
+        limits_.directTimeout);
     GErrorOut err;
-    GBytesPtr body(soup_session_send_and_read_finish(http, result.get(), err.out()));
-    if (!body) throw WebError(deadline.expired() ? "The request timed out" : err.message());
+    GBytesPtr body(soup_session_send_and_read_finish(http, out.result.get(), err.out()));
+    if (!body) throw WebError(out.timedOut ? "The request timed out" : err.message());
     storeAnsweredCookies(msg.get());
     gsize size = 0;
     const auto* data = static_cast<const char*>(g_bytes_get_data(body.get(), &size));
@@ -317,22 +315,20 @@ void WebSession::storeAnsweredCookies(SoupMessage* msg) {
 
 Task<void> WebSession::logOut() {
     WebKitWebsiteDataManager* manager = context_.dataManager();
-    Cancellable cancel;
-    Deadline deadline(cancel.get(), std::chrono::seconds(30));
-    auto fetched = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        webkit_website_data_manager_fetch(manager, WEBKIT_WEBSITE_DATA_ALL, cancel.get(), cb, ud);
-    });
-    GList* records = webkit_website_data_manager_fetch_finish(manager, fetched.get(), nullptr);
+    auto fetched = co_await boundedCall(
+        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+            webkit_website_data_manager_fetch(manager, WEBKIT_WEBSITE_DATA_ALL, c, cb, ud);
+        },
+        dataStoreTimeout);
+    GList* records = webkit_website_data_manager_fetch_finish(manager, fetched.result.get(), nullptr);
 
-    // A record belongs to the login when it names a login domain or one of its sub-domains; a
-    // domain that merely ends in the same letters is someone else's.
     GList* kept = nullptr;
     std::size_t count = 0;
     for (GList* l = records; l; l = l->next) {
         auto* record = static_cast<WebKitWebsiteData*>(l->data);
         const std::string_view name = webkit_website_data_get_name(record);
         for (const auto& domain : loginDomains_) {
-            if (name == domain || (name.size() > domain.size() && endsWith(name, "." + domain))) {
+            if (domainMatches(name, domain)) {
                 kept = g_list_append(kept, record);
                 ++count;
                 break;
@@ -340,10 +336,12 @@ Task<void> WebSession::logOut() {
         }
     }
     if (kept) {
-        auto removed = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-            webkit_website_data_manager_remove(manager, WEBKIT_WEBSITE_DATA_ALL, kept, cancel.get(), cb, ud);
-        });
-        webkit_website_data_manager_remove_finish(manager, removed.get(), nullptr);
+        auto removed = co_await boundedCall(
+            [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+                webkit_website_data_manager_remove(manager, WEBKIT_WEBSITE_DATA_ALL, kept, c, cb, ud);
+            },
+            dataStoreTimeout);
+        webkit_website_data_manager_remove_finish(manager, removed.result.get(), nullptr);
     }
     g_list_free(kept);
     g_list_free_full(records, reinterpret_cast<GDestroyNotify>(webkit_website_data_unref));
@@ -353,7 +351,7 @@ Task<void> WebSession::logOut() {
 
 Task<std::optional<TimePoint>> WebSession::cookieExpiry(std::string name) {
     for (const auto& c : co_await allCookies()) {
-        if (name != soup_cookie_get_name(c.get()) || !cookieBelongsTo(soup_cookie_get_domain(c.get()), host_))
+        if (name != soup_cookie_get_name(c.get()) || !domainMatches(soup_cookie_get_domain(c.get()), host_))
             continue;
         GDateTime* expires = soup_cookie_get_expires(c.get()); // owned by the cookie
         if (!expires) co_return std::nullopt;                  // a session-only cookie

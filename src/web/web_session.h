@@ -45,7 +45,7 @@ class WebSession final : public WebClient {
     // Loads `url` in the view (a 60-second bound on the load).
     void load(const std::string& url);
 
-    // Writes "[Ostrel][host] message" to standard output.
+    // Logs "[Ostrel][host] message".
     void log(const std::string& message) const;
 
     // Bounds, shortened by tests that exercise them.
@@ -90,9 +90,10 @@ class WebSession final : public WebClient {
     Limits limits_;
 };
 
-// The script the page route runs as the body of an async function with arguments `url`, `extra`
-// and `timeout` (milliseconds, 15000 unless a test shortens it): it always resolves to the text of {"code":
-// status, "body": text}, code -1 on failure.
-extern const char* const pageFetchScript;
+// The script the page route runs as the body of an async function with arguments `url`, `extra` and
+// `timeout` (milliseconds, 15000 unless a test shortens it): it always resolves to the text of
+// {"code": status, "body": text, "retryAfter": header or null, "mitigated": header or null}, code -1
+// on failure. It ships in the resource bundle and is read once.
+const std::string& pageFetchScript();
 
 } // namespace ostrel

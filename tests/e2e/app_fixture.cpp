@@ -1,6 +1,7 @@
 #include "app_fixture.h"
 
 #include "support/display.h"
+#include "support/loop.h"
 #include "web/web_session.h"
 
 #include <gtk/gtk.h>

@@ -1,4 +1,5 @@
 #include "app_fixture.h"
+#include "support/loop.h"
 
 #include <glib/gstdio.h>
 

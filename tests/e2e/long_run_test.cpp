@@ -1,4 +1,6 @@
 #include "app_fixture.h"
+#include "support/loop.h"
+#include "support/manual_clock.h"
 
 #include <cstdio>
 #include <fstream>

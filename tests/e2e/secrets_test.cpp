@@ -1,4 +1,5 @@
 #include "app_fixture.h"
+#include "support/loop.h"
 #include "web/web_session.h"
 
 #include <glib/gstdio.h>

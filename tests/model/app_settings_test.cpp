@@ -1,4 +1,5 @@
 #include "model/app_settings.h"
+#include "support/log_lines.h"
 #include "support/test_env.h"
 
 #include <algorithm>
@@ -95,15 +96,12 @@ TEST(AppSettings, CorruptFileGivesDefaultsAndIsKeptUntilTheUserChangesSomething)
     const std::string junk = "\x01\x02 this is [[[ not a key file\nenabledProviders\n";
     store(dir, junk);
     {
-        testing::internal::CaptureStdout();
+        test::LogLines log;
         AppSettings s(settingsFile(dir));
-        const std::string out = testing::internal::GetCapturedStdout();
-        EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
+        EXPECT_EQ(log.take().size(), 1u) << "one line says why the file was not used";
         EXPECT_EQ(s.enabled(), all);
         EXPECT_EQ(readFile(settingsFile(dir)), junk) << "loading never rewrites the file";
-        testing::internal::CaptureStdout();
         s.setTheme(GaugeTheme::meter);
-        testing::internal::GetCapturedStdout();
     }
     EXPECT_EQ(readFile(settingsFile(dir) + ".bad"), junk);
     EXPECT_EQ(AppSettings(settingsFile(dir)).theme(), GaugeTheme::meter);
@@ -115,10 +113,10 @@ TEST(AppSettings, UnwritableFolderWarnsAndKeepsWorking) {
     g_mkdir_with_parents(dir.file("ostrel").c_str(), 0700);
     g_chmod(dir.file("ostrel").c_str(), 0500);
     AppSettings s(settingsFile(dir));
-    testing::internal::CaptureStdout();
+    test::LogLines log;
     s.setTheme(GaugeTheme::bubble);
-    const std::string out = testing::internal::GetCapturedStdout();
-    EXPECT_NE(out.find("could not be saved"), std::string::npos) << out;
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_NE(log.lines()[0].find("could not be saved"), std::string::npos) << log.lines()[0];
     EXPECT_EQ(s.theme(), GaugeTheme::bubble) << "the choice holds for this run";
 }
 
@@ -127,9 +125,9 @@ TEST(AppSettings, FolderThatIsAFileWarnsAndKeepsWorking) {
     TempDir dir;
     writeFile(dir.file("ostrel"), "not a folder");
     AppSettings s(settingsFile(dir));
-    testing::internal::CaptureStdout();
+    test::LogLines log;
     s.setProviderEnabled(ProviderID::codex, false);
-    const std::string out = testing::internal::GetCapturedStdout();
-    EXPECT_NE(out.find("not saved"), std::string::npos) << out;
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_NE(log.lines()[0].find("not saved"), std::string::npos) << log.lines()[0];
     EXPECT_FALSE(s.isEnabled(ProviderID::codex));
 }

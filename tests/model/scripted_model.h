@@ -4,6 +4,7 @@
 
 #include "model/usage_model.h"
 #include "model_doubles.h"
+#include "support/manual_clock.h"
 #include "support/test_env.h"
 
 #include <map>

@@ -1,5 +1,6 @@
 #include "model/usage_model.h"
 #include "scripted_model.h"
+#include "support/loop.h"
 #include "support/test_env.h"
 
 #include <gtest/gtest.h>

@@ -2,6 +2,8 @@
 #include "model/refresh_rules.h"
 #include "model/usage_model.h"
 #include "scripted_model.h"
+#include "support/log_lines.h"
+#include "support/loop.h"
 #include "support/test_env.h"
 
 #include <gtest/gtest.h>
@@ -23,9 +25,7 @@ class UsageModelTest : public ::testing::Test, protected ScriptedModel {
     }
     // Only Claude is tracked unless a test says otherwise, to keep the expectations short.
     void onlyClaude() {
-        testing::internal::CaptureStdout();
         settings.setEnabled({ProviderID::claude}); // refreshes at once, with nothing scripted yet
-        testing::internal::GetCapturedStdout();
         for (auto& [id, p] : scripted)
             p->fetches = 0;
     }
@@ -35,13 +35,12 @@ class UsageModelTest : public ::testing::Test, protected ScriptedModel {
         auto* p = scripted[ProviderID::claude];
         p->script.clear();
         p->then(std::move(s));
-        testing::internal::CaptureStdout();
         refresh(ProviderID::claude);
-        testing::internal::GetCapturedStdout();
         return notifier.take();
     }
 
     int changes = 0;
+    LogLines log; // the refresh lines, read by the tests that check them
 };
 
 } // namespace
@@ -50,19 +49,17 @@ TEST_F(UsageModelTest, PollRunsAtOnceThenEveryMinuteAndLogsEachRefresh) {
     scripted[ProviderID::claude]->then(snap(limit("session", 30, 2h)));
     scripted[ProviderID::cursor]->then(snap(std::nullopt));
     scripted[ProviderID::codex]->thenThrow(ProviderError::http(500, "chatgpt.test"));
-    testing::internal::CaptureStdout();
     model->start();
-    const auto out = splitLines(testing::internal::GetCapturedStdout());
-    EXPECT_EQ(out, (std::vector<std::string>{
-                       "[Ostrel] Refreshing Claude…", "[Ostrel] Claude OK, main: 70% left",
-                       "[Ostrel] Refreshing Cursor…", "[Ostrel] Cursor OK, main: none",
-                       "[Ostrel] Refreshing Codex…", "[Ostrel] Codex error: HTTP 500 from chatgpt.test"}));
+    EXPECT_EQ(log.take(),
+              (std::vector<std::string>{"[Ostrel] Refreshing Claude…", "[Ostrel] Claude OK, main: 70% left",
+                                        "[Ostrel] Refreshing Cursor…", "[Ostrel] Cursor OK, main: none",
+                                        "[Ostrel] Refreshing Codex…",
+                                        "[Ostrel] Codex error: HTTP 500 from chatgpt.test"}));
     EXPECT_EQ(changes, 3) << "one published change per refresh";
     EXPECT_EQ(model->state(ProviderID::claude).status.rfind("Updated ", 0), 0u);
     EXPECT_EQ(model->state(ProviderID::cursor).status, "No usage data in the response");
     EXPECT_EQ(model->state(ProviderID::codex).status, "Error: HTTP 500 from chatgpt.test.");
 
-    testing::internal::CaptureStdout();
     clock.advance(59s);
     EXPECT_EQ(scripted[ProviderID::claude]->fetches, 1);
     clock.advance(1s);
@@ -70,7 +67,6 @@ TEST_F(UsageModelTest, PollRunsAtOnceThenEveryMinuteAndLogsEachRefresh) {
     clock.advance(10min);
     EXPECT_EQ(scripted[ProviderID::claude]->fetches, 12);
     EXPECT_EQ(scripted[ProviderID::codex]->fetches, 12) << "failures never stop the cycle";
-    testing::internal::GetCapturedStdout();
 }
 
 TEST_F(UsageModelTest, OneFetchPerServiceAtATimeAndCallersJoinIt) {
@@ -82,22 +78,18 @@ TEST_F(UsageModelTest, OneFetchPerServiceAtATimeAndCallersJoinIt) {
         co_await m.refresh(ProviderID::claude);
         ++done;
     };
-    testing::internal::CaptureStdout();
     spawn(call(*model, finished));
     spawn(call(*model, finished));
     EXPECT_EQ(claude->fetches, 1);
     EXPECT_EQ(finished, 0);
     claude->gate->set();
-    testing::internal::GetCapturedStdout();
     EXPECT_EQ(finished, 2);
     EXPECT_EQ(claude->fetches, 1);
     // Another service is not held up by Claude's fetch.
     claude->gate = std::make_shared<AsyncEvent>();
     scripted[ProviderID::codex]->then(snap(limit("primary", 1)));
-    testing::internal::CaptureStdout();
     spawn(call(*model, finished));
     refresh(ProviderID::codex);
-    testing::internal::GetCapturedStdout();
     EXPECT_TRUE(model->isLoggedIn(ProviderID::codex));
     claude->gate->set();
 }
@@ -158,7 +150,6 @@ TEST_F(UsageModelTest, SecondaryLimitsOnlyGetAlmostGoneOnce) {
 TEST_F(UsageModelTest, LoginAndErrorStatuses) {
     onlyClaude();
     auto* p = scripted[ProviderID::claude];
-    testing::internal::CaptureStdout();
     p->thenThrow(ProviderError::needsLogin());
     refresh(ProviderID::claude);
     EXPECT_EQ(model->state(ProviderID::claude).status, "Not logged in. Click Log in to Claude.");
@@ -188,20 +179,18 @@ TEST_F(UsageModelTest, LoginAndErrorStatuses) {
     p->thenThrow(ProviderError::needsLogin());
     refresh(ProviderID::claude);
     refresh(ProviderID::claude);
-    const std::string logged = testing::internal::GetCapturedStdout();
     EXPECT_EQ(notifier.take(), (std::vector<std::string>{"claude loginExpired"}))
         << "once, on the transition";
     EXPECT_FALSE(model->isLoggedIn(ProviderID::claude));
     EXPECT_FALSE(model->state(ProviderID::claude).lastError);
-    EXPECT_NE(logged.find("[Ostrel] Claude needs login\n"), std::string::npos);
-    EXPECT_NE(logged.find("[Ostrel] Claude error: Page: x | Direct: y\n"), std::string::npos);
+    EXPECT_TRUE(log.has("[Ostrel] Claude needs login"));
+    EXPECT_TRUE(log.has("[Ostrel] Claude error: Page: x | Direct: y"));
 }
 
 TEST_F(UsageModelTest, TickRefetchesAPassedResetButNotTooOften) {
     onlyClaude();
     auto* p = scripted[ProviderID::claude];
     p->then(snap(limit("session", 50, 45s)));
-    testing::internal::CaptureStdout();
     model->start();
     EXPECT_EQ(p->fetches, 1);
     clock.advance(30s);
@@ -211,12 +200,10 @@ TEST_F(UsageModelTest, TickRefetchesAPassedResetButNotTooOften) {
     EXPECT_EQ(afterMinute, 2) << "the poll refreshed; the tick saw the attempt was just now";
     clock.advance(30s); // tick at 90 s: the reset time stays in the past, last attempt 30 s ago
     EXPECT_EQ(p->fetches, 3);
-    testing::internal::GetCapturedStdout();
     EXPECT_EQ(model->now(), clock.now()) << "the tick moves the model's clock";
 }
 
 TEST_F(UsageModelTest, TrackingChangesRefreshAndAllOffDoesNothing) {
-    testing::internal::CaptureStdout();
     settings.setEnabled({});
     runSync(model->refreshAll(), 5s);
     for (auto& [id, p] : scripted)
@@ -224,7 +211,6 @@ TEST_F(UsageModelTest, TrackingChangesRefreshAndAllOffDoesNothing) {
     EXPECT_TRUE(model->activeProviders().empty());
     scripted[ProviderID::cursor]->then(snap(limit("monthly", 10)));
     settings.setProviderEnabled(ProviderID::cursor, true);
-    testing::internal::GetCapturedStdout();
     EXPECT_EQ(scripted[ProviderID::cursor]->fetches, 1) << "turning a service on refreshes at once";
     EXPECT_EQ(scripted[ProviderID::claude]->fetches, 0);
     EXPECT_EQ(model->tabProviders(), std::vector<ProviderID>{ProviderID::cursor});
@@ -234,7 +220,6 @@ TEST_F(UsageModelTest, LogOutClearsTheServiceAndTheNextDataIsSilent) {
     onlyClaude();
     auto* p = scripted[ProviderID::claude];
     p->then(snap(limit("session", 95, 1h)));
-    testing::internal::CaptureStdout();
     refresh(ProviderID::claude);
     runSync(model->logOut(ProviderID::claude), 5s);
     const ProviderState s = model->state(ProviderID::claude);
@@ -250,20 +235,17 @@ TEST_F(UsageModelTest, LogOutClearsTheServiceAndTheNextDataIsSilent) {
     p->script.clear();
     p->then(snap(limit("session", 96, 1h)));
     refresh(ProviderID::claude);
-    testing::internal::GetCapturedStdout();
     EXPECT_TRUE(notifier.take().empty()) << "no login-expired after a log-out; first data after it is silent";
 }
 
 TEST_F(UsageModelTest, LoginWindowActions) {
     model->showLogin(ProviderID::codex);
     EXPECT_EQ(login.shown, std::vector<ProviderID>{ProviderID::codex});
-    testing::internal::CaptureStdout();
     model->switchAccount(ProviderID::cursor);
     EXPECT_EQ(scripted[ProviderID::cursor]->web_.logOuts, 1);
     EXPECT_EQ(login.shown.back(), ProviderID::cursor) << "log-out first, then the login page";
     scripted[ProviderID::cursor]->then(snap(limit("monthly", 10)));
     login.onClose(ProviderID::cursor);
-    testing::internal::GetCapturedStdout();
     EXPECT_EQ(scripted[ProviderID::cursor]->fetches, 1) << "closing the window refreshes that service";
 }
 

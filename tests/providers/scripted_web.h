@@ -6,6 +6,8 @@
 #include "base/usage.h"
 #include "providers/service_config.h"
 #include "providers/web_client.h"
+#include "support/loop.h"
+#include "support/manual_clock.h"
 
 #include <deque>
 #include <functional>

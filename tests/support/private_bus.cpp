@@ -1,6 +1,6 @@
 #include "support/private_bus.h"
 
-#include "async/loop.h"
+#include "async/bounded_call.h"
 
 #include <string>
 
@@ -28,13 +28,15 @@ GObjectPtr<GDBusConnection> PrivateBus::connect() const {
 }
 
 Task<std::string> trayItemProperty(GDBusConnection* host, std::string busName, std::string property) {
-    auto res = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        g_dbus_connection_call(host, busName.c_str(), "/StatusNotifierItem",
-                               "org.freedesktop.DBus.Properties", "Get",
-                               g_variant_new("(ss)", "org.kde.StatusNotifierItem", property.c_str()), nullptr,
-                               G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, cb, ud);
-    });
-    GVariantPtr reply(g_dbus_connection_call_finish(host, res.get(), nullptr));
+    auto res = co_await boundedCall(
+        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+            g_dbus_connection_call(host, busName.c_str(), "/StatusNotifierItem",
+                                   "org.freedesktop.DBus.Properties", "Get",
+                                   g_variant_new("(ss)", "org.kde.StatusNotifierItem", property.c_str()),
+                                   nullptr, G_DBUS_CALL_FLAGS_NONE, 5000, c, cb, ud);
+        },
+        std::chrono::seconds(6));
+    GVariantPtr reply(g_dbus_connection_call_finish(host, res.result.get(), nullptr));
     if (!reply) co_return "";
     GVariant* inner = nullptr;
     g_variant_get(reply.get(), "(v)", &inner);

@@ -1,5 +1,6 @@
 #include "fake_claude.h"
 #include "providers/claude_provider.h"
+#include "support/loop.h"
 #include "web_fixture.h"
 
 #include <gtest/gtest.h>

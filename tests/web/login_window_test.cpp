@@ -1,6 +1,7 @@
 #include "fake_claude.h"
 #include "model/usage_model.h"
 #include "providers/claude_provider.h"
+#include "support/loop.h"
 #include "support/screenshot.h"
 #include "web/login_window.h"
 #include "web_fixture.h"

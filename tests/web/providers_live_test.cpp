@@ -5,6 +5,8 @@
 #include "fake_cursor.h"
 #include "providers/codex_provider.h"
 #include "providers/cursor_provider.h"
+#include "support/loop.h"
+#include "support/manual_clock.h"
 #include "web_fixture.h"
 
 #include <gtest/gtest.h>

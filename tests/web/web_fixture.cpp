@@ -1,7 +1,9 @@
 #include "web_fixture.h"
 
+#include "async/bounded_call.h"
 #include "base/gobject_ptr.h"
 #include "support/display.h"
+#include "support/loop.h"
 
 namespace ostrel::test {
 
@@ -37,12 +39,14 @@ void WebFixture::loadAndWait(WebKitWebView* view, const std::string& url) {
 
 std::string WebFixture::runScript(WebKitWebView* view, const std::string& script) {
     auto task = [](WebKitWebView* v, std::string js) -> Task<std::string> {
-        auto res = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-            webkit_web_view_evaluate_javascript(v, js.c_str(), -1, nullptr, nullptr, nullptr, cb, ud);
-        });
+        auto res = co_await boundedCall(
+            [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+                webkit_web_view_evaluate_javascript(v, js.c_str(), -1, nullptr, nullptr, c, cb, ud);
+            },
+            std::chrono::seconds(15));
         GErrorOut err;
         GObjectPtr<JSCValue> value =
-            adopt(webkit_web_view_evaluate_javascript_finish(v, res.get(), err.out()));
+            adopt(webkit_web_view_evaluate_javascript_finish(v, res.result.get(), err.out()));
         if (!value) co_return "error: " + err.message();
         GCharPtr text(jsc_value_to_string(value.get()));
         co_return std::string(text.get());

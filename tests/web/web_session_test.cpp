@@ -1,5 +1,7 @@
 #include "base/usage.h"
 #include "fake_claude.h"
+#include "support/log_lines.h"
+#include "support/loop.h"
 #include "support/test_env.h"
 #include "web_fixture.h"
 
@@ -44,7 +46,7 @@ class WebSessionTest : public WebFixture {
 
     // Runs a GET; what the session logged goes to `logged`.
     HttpResult get(const std::string& url, Headers headers, std::string& logged) {
-        testing::internal::CaptureStdout();
+        const LogLines log;
         std::exception_ptr error;
         HttpResult r;
         try {
@@ -52,7 +54,7 @@ class WebSessionTest : public WebFixture {
         } catch (...) {
             error = std::current_exception();
         }
-        logged = testing::internal::GetCapturedStdout();
+        logged = log.text();
         if (error) std::rethrow_exception(error);
         return r;
     }
@@ -260,9 +262,9 @@ TEST_F(WebSessionTest, LogOutRemovesOnlyTheLoginDomainsData) {
     addCookie("127.0.0.3", "WorkosCursorSessionToken", "other-service");
     addCookie("sub.127.0.0.2", "x", "1");
     addCookie("other127.0.0.2", "look-alike", "1");
-    testing::internal::CaptureStdout();
+    const LogLines log;
     runSync(session_->logOut(), 30s);
-    const std::string logged = testing::internal::GetCapturedStdout();
+    const std::string logged = log.text();
     EXPECT_NE(logged.find("[Ostrel][127.0.0.2] Logged out ("), std::string::npos) << logged;
     EXPECT_FALSE(runSync(session_->hasCookie(FakeClaude::cookieName), 10s));
     WebSession cursor(*context_, "127.0.0.3", "http://127.0.0.3:1/");

@@ -1,6 +1,6 @@
 #include "ui/support/feedback_api.h"
 
-#include "async/loop.h"
+#include "async/bounded_call.h"
 #include "base/gobject_ptr.h"
 
 #include <libsoup/soup.h>
@@ -41,15 +41,15 @@ Task<void> send(std::string url, std::string message, std::string email, std::ch
 
     // A session of our own: nothing is shared with the web sessions, and it ends with the send.
     GObjectPtr<SoupSession> session = adopt(soup_session_new());
-    const Cancellable cancellable;
-    const Deadline deadline(cancellable.get(), bound);
-    auto result = co_await gioCall([&](GAsyncReadyCallback done, gpointer data) {
-        soup_session_send_and_read_async(session.get(), msg.get(), G_PRIORITY_DEFAULT, cancellable.get(),
-                                         done, data);
-    });
+    auto out = co_await boundedCall(
+        [&](GCancellable* cancellable, GAsyncReadyCallback done, gpointer data) {
+            soup_session_send_and_read_async(session.get(), msg.get(), G_PRIORITY_DEFAULT, cancellable, done,
+                                             data);
+        },
+        bound);
     GErrorOut error;
-    const GBytesPtr answer(soup_session_send_and_read_finish(session.get(), result.get(), error.out()));
-    if (error) throw SendError(SendError::Kind::network, deadline.expired() ? timedOut : error.message());
+    const GBytesPtr answer(soup_session_send_and_read_finish(session.get(), out.result.get(), error.out()));
+    if (error) throw SendError(SendError::Kind::network, out.timedOut ? timedOut : error.message());
 
     const guint status = soup_message_get_status(msg.get());
     if (status >= 200 && status <= 299) co_return;

@@ -99,19 +99,17 @@ FeedbackView::FeedbackView(std::string endpoint)
 void FeedbackView::send() {
     if (!sendButton_.get_sensitive()) return;
     setStatus({Status::Kind::sending, {}});
-    spawn(deliver(alive_, this, endpoint_, message_, email_));
+    tasks_.spawn(deliver(message_, email_));
 }
 
-Task<void> FeedbackView::deliver(std::weak_ptr<int> alive, FeedbackView* view, std::string endpoint,
-                                 std::string message, std::string email) {
+Task<void> FeedbackView::deliver(std::string message, std::string email) {
     Status outcome{Status::Kind::sent, {}};
     try {
-        co_await FeedbackAPI::send(std::move(endpoint), std::move(message), std::move(email));
+        co_await FeedbackAPI::send(endpoint_, std::move(message), std::move(email));
     } catch (const std::exception& e) {
         outcome = {Status::Kind::failed, e.what()};
     }
-    if (alive.expired()) co_return; // the screen was left while the request ran
-    view->setStatus(std::move(outcome));
+    setStatus(std::move(outcome));
 }
 
 void FeedbackView::sendAnother() {

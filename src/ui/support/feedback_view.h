@@ -3,6 +3,7 @@
 // "Send another", or the failure under the still-filled form.
 
 #include "async/task.h"
+#include "async/task_group.h"
 #include "ui/support/screen_box.h"
 
 #include <gtkmm/box.h>
@@ -13,7 +14,6 @@
 #include <gtkmm/scrolledwindow.h>
 #include <gtkmm/spinner.h>
 #include <gtkmm/textview.h>
-#include <memory>
 #include <string>
 
 namespace ostrel {
@@ -40,9 +40,8 @@ class FeedbackView : public ScreenBox {
     void sendAnother();
     void setStatus(Status status);
     void refresh();
-    // Runs the request; `alive` tells whether the view still exists when the answer comes.
-    static Task<void> deliver(std::weak_ptr<int> alive, FeedbackView* view, std::string endpoint,
-                              std::string message, std::string email);
+    // Runs the request and shows its outcome; ended with the view if the screen is left first.
+    Task<void> deliver(std::string message, std::string email);
 
     std::string endpoint_;
     std::string message_;
@@ -68,7 +67,7 @@ class FeedbackView : public ScreenBox {
     Gtk::Label thanks_;
     Gtk::Button sendAnother_;
 
-    std::shared_ptr<int> alive_ = std::make_shared<int>(0);
+    TaskGroup tasks_; // last, so the request ends before any widget goes
 };
 
 } // namespace ostrel

@@ -1,5 +1,6 @@
 #include "ui/support/support_qr_view.h"
 
+#include "async/loop.h"
 #include "ui/support/qr_code.h"
 #include "ui/support/qr_picture.h"
 #include "ui/support/support_amount.h"
@@ -68,21 +69,15 @@ SupportQRView::SupportQRView(double amount)
     setCopied(false);
 }
 
-SupportQRView::~SupportQRView() {
-    cancellable_.cancel(); // wakes any pending clear; it sees the view gone and stops
-}
-
 void SupportQRView::copyAddress() {
     get_clipboard()->set_text(std::string(UPI::payee().address));
     setCopied(true);
-    spawn(clearCopiedLater(alive_, this, GObjectPtr<GCancellable>::ref(cancellable_.get())));
+    tasks_.spawn(clearCopiedLater());
 }
 
-Task<void> SupportQRView::clearCopiedLater(std::weak_ptr<int> alive, SupportQRView* view,
-                                           GObjectPtr<GCancellable> cancellable) {
-    co_await sleepFor(copiedFor, cancellable.get());
-    if (alive.expired()) co_return;
-    view->setCopied(false);
+Task<void> SupportQRView::clearCopiedLater() {
+    co_await sleepFor(copiedFor);
+    setCopied(false);
 }
 
 void SupportQRView::setCopied(bool copied) {

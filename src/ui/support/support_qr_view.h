@@ -2,22 +2,20 @@
 // The payment screen: the UPI link for the amount as a QR code, who gets paid, and the payee's UPI
 // address with a copy button.
 
-#include "async/loop.h"
 #include "async/task.h"
+#include "async/task_group.h"
 #include "ui/support/screen_box.h"
 
 #include <gtkmm/box.h>
 #include <gtkmm/button.h>
 #include <gtkmm/image.h>
 #include <gtkmm/label.h>
-#include <memory>
 
 namespace ostrel {
 
 class SupportQRView : public ScreenBox {
   public:
     explicit SupportQRView(double amount);
-    ~SupportQRView() override;
     SupportQRView(const SupportQRView&) = delete;
     SupportQRView& operator=(const SupportQRView&) = delete;
 
@@ -27,9 +25,8 @@ class SupportQRView : public ScreenBox {
   private:
     void copyAddress();
     void setCopied(bool copied);
-    // Clears the checkmark 2 seconds after a copy, or at once when the sleep is cut short.
-    static Task<void> clearCopiedLater(std::weak_ptr<int> alive, SupportQRView* view,
-                                       GObjectPtr<GCancellable> cancellable);
+    // Clears the checkmark 2 seconds after a copy.
+    Task<void> clearCopiedLater();
 
     double amount_;
     bool copied_ = false;
@@ -42,8 +39,7 @@ class SupportQRView : public ScreenBox {
     Gtk::Image copySymbol_;
     Gtk::Label hint_;
 
-    Cancellable cancellable_;
-    std::shared_ptr<int> alive_ = std::make_shared<int>(0);
+    TaskGroup tasks_; // last, so a pending clear ends before any widget goes
 };
 
 } // namespace ostrel

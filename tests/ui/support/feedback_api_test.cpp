@@ -2,6 +2,7 @@
 
 #include "async/loop.h"
 #include "fake_feedback.h"
+#include "support/loop.h"
 #include "ui/support/feedback_api.h"
 
 #include <glib.h>

@@ -3,6 +3,7 @@
 #include "async/loop.h"
 #include "fake_feedback.h"
 #include "panel_harness.h"
+#include "support/loop.h"
 #include "ui/support/feedback_view.h"
 
 #include <glib.h>

@@ -5,6 +5,7 @@
 #include "fake_feedback.h"
 #include "panel_harness.h"
 #include "qr_decode.h"
+#include "support/loop.h"
 #include "support/screenshot.h"
 #include "ui/panel/panel_view.h"
 #include "ui/support/feedback_view.h"
