@@ -1,9 +1,12 @@
 #include "app/status_cli.h"
 
 #include "app/status_service.h"
+#include "async/bounded_call.h"
 #include "async/loop.h"
+#include "async/task_group.h"
 #include "base/gobject_ptr.h"
 
+#include <functional>
 #include <memory>
 #include <ostream>
 
@@ -23,23 +26,24 @@ struct Reply {
 };
 
 Task<GObjectPtr<GDBusConnection>> sessionBus() {
-    Cancellable cancel;
-    Deadline deadline(cancel.get(), std::chrono::milliseconds(callTimeoutMs));
-    auto res = co_await gioCall(
-        [&](GAsyncReadyCallback cb, gpointer ud) { g_bus_get(G_BUS_TYPE_SESSION, cancel.get(), cb, ud); });
-    co_return adopt(g_bus_get_finish(res.get(), nullptr));
+    auto out = co_await boundedCall([](GCancellable* c, GAsyncReadyCallback cb,
+                                       gpointer ud) { g_bus_get(G_BUS_TYPE_SESSION, c, cb, ud); },
+                                    std::chrono::milliseconds(callTimeoutMs));
+    co_return adopt(g_bus_get_finish(out.result.get(), nullptr));
 }
 
 Task<Reply> readProperty(GDBusConnection* bus, std::string busName, std::string property) {
-    auto res = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        // No auto-start: asking for the status must never launch the app.
-        g_dbus_connection_call(bus, busName.c_str(), statusObjectPath, "org.freedesktop.DBus.Properties",
-                               "Get", g_variant_new("(ss)", statusInterface, property.c_str()),
-                               G_VARIANT_TYPE("(v)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, callTimeoutMs, nullptr,
-                               cb, ud);
-    });
+    auto out = co_await boundedCall(
+        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+            // No auto-start: asking for the status must never launch the app.
+            g_dbus_connection_call(bus, busName.c_str(), statusObjectPath, "org.freedesktop.DBus.Properties",
+                                   "Get", g_variant_new("(ss)", statusInterface, property.c_str()),
+                                   G_VARIANT_TYPE("(v)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, callTimeoutMs, c,
+                                   cb, ud);
+        },
+        std::chrono::milliseconds(callTimeoutMs));
     GErrorOut err;
-    GVariantPtr reply(g_dbus_connection_call_finish(bus, res.get(), err.out()));
+    GVariantPtr reply(g_dbus_connection_call_finish(bus, out.result.get(), err.out()));
     if (!reply) {
         const GError* e = err.get();
         const bool absent =
@@ -210,18 +214,40 @@ std::optional<StatusRequest> parseStatusArgs(const std::vector<std::string>& arg
     return r;
 }
 
+namespace {
+
+// The command is a plain program driving one task: it runs the main context itself, until the task
+// is done or the time is up.
+bool iterateUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout) {
+    bool expired = false;
+    SourceId timer(g_timeout_add_full(
+        G_PRIORITY_DEFAULT, static_cast<guint>(timeout.count()),
+        [](gpointer flag) -> gboolean {
+            *static_cast<bool*>(flag) = true;
+            return G_SOURCE_REMOVE;
+        },
+        &expired, nullptr));
+    while (!done() && !expired)
+        g_main_context_iteration(nullptr, TRUE);
+    if (expired) timer.forget();
+    return done();
+}
+
+} // namespace
+
 int runStatus(const StatusRequest& request, GDBusConnection* bus, std::ostream& out, std::ostream& err,
               GCancellable* stop) {
     auto status = std::make_shared<std::optional<int>>();
-    spawn(runInto(run(request, GObjectPtr<GDBusConnection>::ref(bus), out, err, stop), status));
+    TaskGroup tasks; // a task still waiting when the time is up ends with the command
+    tasks.spawn(runInto(run(request, GObjectPtr<GDBusConnection>::ref(bus), out, err, stop), status));
     if (request.follow) {
         // Until the app goes away or the caller stops it: a bar's continuous mode.
         while (!*status)
-            runLoopUntil([&] { return status->has_value(); }, std::chrono::hours(24));
+            iterateUntil([&] { return status->has_value(); }, std::chrono::hours(24));
         return **status;
     }
     // Connecting and one bounded call fit well within this.
-    if (!runLoopUntil([&] { return status->has_value(); }, std::chrono::milliseconds(3 * callTimeoutMs))) {
+    if (!iterateUntil([&] { return status->has_value(); }, std::chrono::milliseconds(3 * callTimeoutMs))) {
         err << "ostrel: Ostrel did not answer in time\n";
         return 1;
     }

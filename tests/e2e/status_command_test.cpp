@@ -132,7 +132,7 @@ TEST_F(StatusCommand, FollowPrintsALineAtEveryChangeUntilTheAppGoes) {
 
 TEST_F(StatusCommand, FollowStopsWhenToldTo) {
     startApp();
-    Cancellable stop;
+    GObjectPtr<GCancellable> stop = adopt(g_cancellable_new());
     g_timeout_add(
         200,
         +[](gpointer c) -> gboolean {

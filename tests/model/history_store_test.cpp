@@ -4,6 +4,7 @@
 #include "model/history_store.h"
 #include "model/usage_history.h"
 #include "scripted_model.h"
+#include "support/loop.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

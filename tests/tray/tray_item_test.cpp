@@ -1,3 +1,4 @@
+#include "async/bounded_call.h"
 #include "base/log.h"
 #include "fake_tray_watcher.h"
 #include "support/loop.h"
@@ -17,11 +18,13 @@ namespace {
 // A call from the tray host's side, with the loop running so the item can answer.
 Task<GVariantPtr> hostCall(GDBusConnection* host, std::string name, const char* path, const char* iface,
                            const char* method, GVariant* params) {
-    auto res = co_await gioCall([&](GAsyncReadyCallback cb, gpointer ud) {
-        g_dbus_connection_call(host, name.c_str(), path, iface, method, params, nullptr,
-                               G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, cb, ud);
-    });
-    co_return GVariantPtr(g_dbus_connection_call_finish(host, res.get(), nullptr));
+    auto res = co_await boundedCall(
+        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+            g_dbus_connection_call(host, name.c_str(), path, iface, method, params, nullptr,
+                                   G_DBUS_CALL_FLAGS_NONE, 5000, c, cb, ud);
+        },
+        5s);
+    co_return GVariantPtr(g_dbus_connection_call_finish(host, res.result.get(), nullptr));
 }
 
 // The application's tray actions; each activation is kept as its name and parameter.
