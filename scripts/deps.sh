@@ -1,16 +1,20 @@
 #!/usr/bin/env bash
 # Installs the Debian/Ubuntu packages that are missing for building (and, with --test, testing)
-# Ostrel. Uses sudo when not run as root. Safe to run again: installed packages are skipped.
+# Ostrel; with --tidy, only the clang-tidy that scripts/tidy.sh runs. Uses sudo when not run as
+# root. Safe to run again: installed packages are skipped.
 set -euo pipefail
 
 build_pkgs=(g++ cmake ninja-build pkg-config ccache
             libgtkmm-4.0-dev libwebkitgtk-6.0-dev libsoup-3.0-dev nlohmann-json3-dev
             libqrcodegencpp-dev libicu-dev libgtest-dev libx11-dev
             glib-networking librsvg2-common adwaita-icon-theme fonts-dejavu-core dbus-bin)
-test_pkgs=(xvfb xauth dbus-daemon zbar-tools imagemagick locales python3)
+test_pkgs=(xvfb xauth dbus-daemon zbar-tools imagemagick locales python3 clang-format)
 
 pkgs=("${build_pkgs[@]}")
-if [[ "${1:-}" == "--test" ]]; then pkgs+=("${test_pkgs[@]}"); fi
+case "${1:-}" in
+  --test) pkgs+=("${test_pkgs[@]}") ;;
+  --tidy) pkgs=(clang-tidy-19) ;;
+esac
 
 missing=()
 for p in "${pkgs[@]}"; do
