@@ -1,20 +1,23 @@
 #!/usr/bin/env bash
 # Installs the Debian/Ubuntu packages that are missing for building Ostrel, and with --test for
-# testing it, with --package for making its Debian package. Uses sudo when not run as root. Safe to
-# run again: installed packages are skipped.
+# testing it, with --package for making its Debian package; with --tidy, only the clang-tidy that
+# scripts/tidy.sh runs. Uses sudo when not run as root. Safe to run again: installed packages are
+# skipped.
 set -euo pipefail
 
 build_pkgs=(g++ cmake ninja-build pkg-config ccache
             libgtkmm-4.0-dev libwebkitgtk-6.0-dev libsoup-3.0-dev nlohmann-json3-dev
             libqrcodegencpp-dev libicu-dev libsqlite3-dev libgtest-dev libx11-dev
             glib-networking librsvg2-common librsvg2-bin adwaita-icon-theme fonts-dejavu-core dbus-bin)
-test_pkgs=(xvfb xauth dbus-daemon zbar-tools imagemagick locales python3 appstream desktop-file-utils)
+test_pkgs=(xvfb xauth dbus-daemon zbar-tools imagemagick locales python3 appstream desktop-file-utils
+           clang-format)
 package_pkgs=(dpkg-dev file lintian)
 
 pkgs=("${build_pkgs[@]}")
 case "${1:-}" in
   --test) pkgs+=("${test_pkgs[@]}") ;;
   --package) pkgs+=("${package_pkgs[@]}") ;;
+  --tidy) pkgs=(clang-tidy-19) ;;
 esac
 
 missing=()

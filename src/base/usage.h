@@ -69,8 +69,8 @@ class ProviderError : public std::runtime_error {
     const std::optional<std::chrono::seconds>& retryAfter() const { return retryAfter_; }
 
   private:
-    ProviderError(Kind kind, std::string description, int code, std::string host)
-        : std::runtime_error(std::move(description)), kind_(kind), code_(code), host_(std::move(host)) {}
+    ProviderError(Kind kind, const std::string& description, int code, std::string host)
+        : std::runtime_error(description), kind_(kind), code_(code), host_(std::move(host)) {}
     Kind kind_;
     int code_ = 0;
     std::string host_;
