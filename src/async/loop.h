@@ -39,6 +39,8 @@ class AsyncEvent {
     };
 
     bool isSet() const { return set_; }
+    // Resumes the waiters in turn. The event must outlive the call: a waiter that replaces it keeps
+    // the old one alive until set() has returned.
     void set();
     Waiter wait() { return Waiter(*this); }
 
