@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <cstring>
 #include <glib-unix.h>
-#include <tuple>
 #include <iostream>
+#include <tuple>
 
 namespace ostrel {
 
