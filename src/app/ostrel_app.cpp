@@ -27,9 +27,9 @@ int runStatusCommand(bool demo, int argc, char** argv) {
     return runStatus(*request, nullptr, std::cout, std::cerr);
 }
 
-Task<void> startAfterLogin(AppCore& core, Demo* demo) {
-    if (demo) co_await demo->logIn(core);
-    core.model().start();
+Task<void> startAfterLogin(AppCore* core, Demo* demo) {
+    if (demo) co_await demo->logIn(*core);
+    core->model().start();
 }
 } // namespace
 
@@ -40,7 +40,9 @@ Glib::RefPtr<OstrelApp> OstrelApp::create(bool demo) {
 OstrelApp::OstrelApp(bool demo) : Gtk::Application(demo ? demoAppId : appId), demoMode_(demo) {}
 
 OstrelApp::~OstrelApp() {
-    // Panel first (it watches the model), then what the model drives, then the demo services.
+    // The start-up task first, then the panel (it watches the model), then what the model drives,
+    // then the demo services.
+    tasks_.cancelAll();
     panel_.reset();
     appearance_.reset();
     status_.reset();
@@ -97,7 +99,7 @@ void OstrelApp::on_startup() {
     g_unix_signal_add(SIGINT, onSignal, this);
     g_unix_signal_add(SIGTERM, onSignal, this);
 
-    spawn(startAfterLogin(*core_, demo_.get()));
+    tasks_.spawn(startAfterLogin(core_.get(), demo_.get()));
 }
 
 void OstrelApp::on_activate() {

@@ -6,6 +6,7 @@
 #include "app/app_core.h"
 #include "app/demo.h"
 #include "app/status_service.h"
+#include "async/task_group.h"
 #include "tray/service_tray_items.h"
 #include "tray/tray_appearance.h"
 #include "tray/tray_item.h"
@@ -47,6 +48,7 @@ class OstrelApp : public Gtk::Application {
     std::unique_ptr<TrayPresenter> presenter_;
     std::unique_ptr<ServiceTrayItems> serviceItems_; // instead of the two above, one item per service
     std::unique_ptr<PanelWindow> panel_;
+    TaskGroup tasks_; // the start-up (demo log-in, then the model's cycle)
 };
 
 // Parses the command line and runs the app; returns the process's exit status.

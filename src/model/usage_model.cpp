@@ -12,17 +12,17 @@ using namespace std::chrono_literals;
 namespace {
 
 // The loops run for the model's life; its task group ends them with it.
-Task<void> pollLoop(UsageModel& model, Clock& clock) {
+Task<void> pollLoop(UsageModel* model, Clock* clock) {
     for (;;) {
-        co_await model.refreshDue();
-        co_await clock.sleep(60s);
+        co_await model->refreshDue();
+        co_await clock->sleep(60s);
     }
 }
 
-Task<void> tickLoop(UsageModel& model, Clock& clock) {
+Task<void> tickLoop(UsageModel* model, Clock* clock) {
     for (;;) {
-        co_await clock.sleep(30s);
-        co_await model.tick();
+        co_await clock->sleep(30s);
+        co_await model->tick();
     }
 }
 
@@ -73,8 +73,8 @@ UsageModel::~UsageModel() {
 
 void UsageModel::start() {
     updateTrayAppearance();
-    tasks_.spawn(pollLoop(*this, clock_));
-    tasks_.spawn(tickLoop(*this, clock_));
+    tasks_.spawn(pollLoop(this, &clock_));
+    tasks_.spawn(tickLoop(this, &clock_));
 }
 
 ProviderState UsageModel::state(ProviderID id) const {

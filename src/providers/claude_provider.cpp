@@ -121,7 +121,8 @@ UsageSnapshot ClaudeProvider::parse(const json& object, TimePoint now) {
 }
 
 Task<std::optional<std::string>> ClaudeProvider::findUsageURL() {
-    const HttpResult r = co_await guardedGet(*web_, endpoint_.host, endpoint_.url("/api/organizations"), {});
+    const HttpResult r =
+        co_await guardedGet(web_.get(), endpoint_.host, endpoint_.url("/api/organizations"), {});
     if (r.code == 401 || r.code == 403) co_return std::nullopt;
     if (r.code != 200) throw ProviderError::http(r.code, endpoint_.host);
     auto orgs = tryDecodeJson(r.body);
@@ -134,7 +135,7 @@ Task<std::optional<std::string>> ClaudeProvider::findUsageURL() {
 Task<UsageSnapshot> ClaudeProvider::fetch() {
     if (!usageURL_) usageURL_ = co_await findUsageURL();
     if (!usageURL_) throw ProviderError::needsLogin();
-    const HttpResult r = co_await guardedGet(*web_, endpoint_.host, *usageURL_, {});
+    const HttpResult r = co_await guardedGet(web_.get(), endpoint_.host, *usageURL_, {});
     switch (r.code) {
     case 200: {
         const json body = decodeJson(r.body);

@@ -164,7 +164,8 @@ UsageSnapshot CodexProvider::parse(const json& object, TimePoint now) {
 }
 
 Task<std::optional<CodexProvider::Auth>> CodexProvider::findAuth() {
-    const HttpResult r = co_await guardedGet(*web_, endpoint_.host, endpoint_.url("/api/auth/session"), {});
+    const HttpResult r =
+        co_await guardedGet(web_.get(), endpoint_.host, endpoint_.url("/api/auth/session"), {});
     if (r.code == 401) co_return std::nullopt;
     if (r.code != 200) throw ProviderError::http(r.code, endpoint_.host);
     auto session = tryDecodeJson(r.body);
@@ -182,7 +183,7 @@ Task<HttpResult> CodexProvider::requestUsage() {
     if (!auth_) throw ProviderError::needsLogin();
     Headers headers;
     headers["Authorization"] = "Bearer " + auth_->token;
-    co_return co_await guardedGet(*web_, endpoint_.host, endpoint_.url("/backend-api/wham/usage"),
+    co_return co_await guardedGet(web_.get(), endpoint_.host, endpoint_.url("/backend-api/wham/usage"),
                                   std::move(headers));
 }
 

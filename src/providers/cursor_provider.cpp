@@ -93,7 +93,8 @@ UsageSnapshot CursorProvider::parse(const json& object) {
 
 Task<UsageSnapshot> CursorProvider::fetch() {
     if (!co_await web_->hasCookie(sessionCookie)) throw ProviderError::needsLogin();
-    const HttpResult r = co_await guardedGet(*web_, endpoint_.host, endpoint_.url("/api/usage-summary"), {});
+    const HttpResult r =
+        co_await guardedGet(web_.get(), endpoint_.host, endpoint_.url("/api/usage-summary"), {});
     switch (r.code) {
     case 200: {
         // A page in place of JSON is a sign-in or challenge page: the session no longer counts.

@@ -41,11 +41,11 @@ bool isRateLimit(const HttpResult& r) {
     return r.code == 429 || (r.code == 503 && r.retryAfter.has_value());
 }
 
-Task<HttpResult> guardedGet(WebClient& web, std::string host, std::string url, Headers headers) {
-    HttpResult r = co_await web.get(url, headers);
+Task<HttpResult> guardedGet(WebClient* web, std::string host, std::string url, Headers headers) {
+    HttpResult r = co_await web->get(url, headers);
     if (isBotCheck(r) && !isRateLimit(r)) {
-        co_await web.visitSite();
-        r = co_await web.get(url, headers);
+        co_await web->visitSite();
+        r = co_await web->get(url, headers);
         if (isBotCheck(r) && !isRateLimit(r)) throw ProviderError::botCheck(host);
     }
     if (isRateLimit(r)) throw ProviderError::rateLimited(host, r.retryAfter);

@@ -20,6 +20,6 @@ bool isRateLimit(const HttpResult& r);
 // GETs `url` through `web`. A bot check gets one more try after the site's full page has had its
 // chance to run the check; a second one throws ProviderError::botCheck. A rate limit throws
 // ProviderError::rateLimited. Every other answer is returned for the provider to judge.
-Task<HttpResult> guardedGet(WebClient& web, std::string host, std::string url, Headers headers);
+Task<HttpResult> guardedGet(WebClient* web, std::string host, std::string url, Headers headers);
 
 } // namespace ostrel

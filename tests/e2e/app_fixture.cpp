@@ -1,6 +1,7 @@
 #include "app_fixture.h"
 
 #include "support/display.h"
+#include "support/log_lines.h"
 #include "support/loop.h"
 #include "web/web_session.h"
 
@@ -48,11 +49,11 @@ void AppFixture::startApp(Clock* clock) {
     options.webCacheDir = webCacheDir();
     options.historyPath = dir_.file("state/ostrel/history.sqlite");
     options.bus = appBus_.get();
-    testing::internal::CaptureStdout();
+    ostrel::test::LogCapture capture;
     core_ = std::make_unique<AppCore>(options, clock ? *clock : systemClock_);
     tray_ = std::make_unique<TrayItem>(appBus_.get(), nullptr);
     presenter_ = std::make_unique<TrayPresenter>(core_->model(), *tray_);
-    log_ += testing::internal::GetCapturedStdout();
+    log_ += capture.finish();
 }
 
 void AppFixture::logInEverywhere() {
@@ -63,14 +64,14 @@ void AppFixture::logInEverywhere() {
 }
 
 void AppFixture::refresh(ProviderID id) {
-    testing::internal::CaptureStdout();
+    ostrel::test::LogCapture capture2;
     std::exception_ptr error;
     try {
         runSync(core_->model().refresh(id), 120s);
     } catch (...) {
         error = std::current_exception();
     }
-    log_ += testing::internal::GetCapturedStdout();
+    log_ += capture2.finish();
     if (error) std::rethrow_exception(error);
 }
 

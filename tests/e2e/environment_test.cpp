@@ -1,4 +1,5 @@
 #include "app_fixture.h"
+#include "support/log_lines.h"
 #include "support/loop.h"
 
 #include <glib/gstdio.h>
@@ -28,9 +29,9 @@ TEST_F(Environment, ACorruptSettingsFileGivesDefaultsAndIsKept) {
     showNumbers();
     EXPECT_TRUE(model().isLoggedIn(ProviderID::claude));
     EXPECT_EQ(readFile(settingsPath()), junk) << "not overwritten until the user changes something";
-    testing::internal::CaptureStdout();
+    ostrel::test::LogCapture capture;
     core_->settings().setTheme(GaugeTheme::meter);
-    testing::internal::GetCapturedStdout();
+    capture.finish();
     EXPECT_EQ(readFile(settingsPath() + ".bad"), junk);
     EXPECT_EQ(AppSettings(settingsPath()).theme(), GaugeTheme::meter);
 }
@@ -39,9 +40,9 @@ TEST_F(Environment, ASettingsFolderThatCannotBeWrittenLeavesTheAppWorking) {
     writeFile(dir_.file("config"), "a file where the folder should be");
     startApp();
     logInEverywhere();
-    testing::internal::CaptureStdout();
+    ostrel::test::LogCapture capture2;
     core_->settings().setProviderEnabled(ProviderID::cursor, false);
-    const std::string said = testing::internal::GetCapturedStdout();
+    const std::string said = capture2.finish();
     EXPECT_NE(said.find("not saved"), std::string::npos) << said;
     showNumbers();
     EXPECT_TRUE(model().isLoggedIn(ProviderID::claude));
@@ -66,9 +67,9 @@ TEST_F(Environment, NoTrayHostThenOneAppears) {
     watcher_.reset();
     test::pump(100ms);
     startApp();
-    testing::internal::CaptureStdout();
+    ostrel::test::LogCapture capture3;
     test::pump(300ms); // the bus says so asynchronously
-    const std::string said = testing::internal::GetCapturedStdout();
+    const std::string said = capture3.finish();
     EXPECT_NE((log_ + said).find("No system tray found"), std::string::npos) << said;
     EXPECT_FALSE(tray_->registered());
     logInEverywhere();

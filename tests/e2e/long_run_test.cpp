@@ -1,4 +1,5 @@
 #include "app_fixture.h"
+#include "support/log_lines.h"
 #include "support/loop.h"
 #include "support/manual_clock.h"
 
@@ -55,7 +56,7 @@ TEST_F(LongRun, ThousandCyclesSendEveryNotificationOnceAndMemoryStaysFlat) {
             FakeAnswer::json(fake::FakeChatGPT::usageJson(codex.usedAt(k), untilReset, 10, untilWeekly)));
     };
 
-    testing::internal::CaptureStdout();
+    ostrel::test::LogCapture capture;
     setAnswers(0);
     model().start();
     ASSERT_TRUE(runLoopUntil([&] { return !model().isRefreshing(); }, 60s));
@@ -72,7 +73,7 @@ TEST_F(LongRun, ThousandCyclesSendEveryNotificationOnceAndMemoryStaysFlat) {
     }
     runLoopUntil([&] { return false; }, 500ms); // the last notifications reach the service
     const long rssAt1000 = residentKiB();
-    const std::string logged = testing::internal::GetCapturedStdout();
+    const std::string logged = capture.finish();
 
     std::map<std::string, int> got;
     for (const auto& n : notifications_->received())

@@ -1,4 +1,5 @@
 #include "app_fixture.h"
+#include "support/log_lines.h"
 #include "support/loop.h"
 #include "web/web_session.h"
 
@@ -95,9 +96,9 @@ TEST_F(Secrets, ScriptArgumentsReachThePageAsValues) {
     const std::string nasty = R"(a'b"c\d</script><script>alert(1)</script>${x}`)";
     GCharPtr escaped(g_uri_escape_string(nasty.c_str(), nullptr, FALSE));
     const std::string url = claude_.origin() + "/echo?q=" + escaped.get() + "&raw=');alert(1);//";
-    testing::internal::CaptureStdout();
+    ostrel::test::LogCapture capture;
     HttpResult r = runSync(web.get(url, {{"X-Probe", nasty}}), 60s);
-    const std::string logged = testing::internal::GetCapturedStdout();
+    const std::string logged = capture.finish();
     EXPECT_EQ(r.code, 200);
     EXPECT_NE(logged.find("Page fetch → HTTP 200"), std::string::npos) << "the page route carried it";
     const auto seen = claude_.server().requestsTo("/echo");

@@ -1,5 +1,6 @@
 #include "fake_claude.h"
 #include "providers/claude_provider.h"
+#include "support/log_lines.h"
 #include "support/loop.h"
 #include "web_fixture.h"
 
@@ -18,7 +19,7 @@ TEST_F(WebFixture, ClaudeProviderReadsTheFakeServiceThroughTheRealEngine) {
         std::make_unique<WebSession>(*context_, claude.host(), claude.origin() + "/settings/usage");
     WebSession& web = *session;
     ClaudeProvider provider(std::move(session), *ServiceEndpoint::parse(claude.origin()), clock);
-    testing::internal::CaptureStdout();
+    ostrel::test::LogCapture capture;
 
     // Logged out: the organizations endpoint refuses, so the provider asks for a login.
     EXPECT_THROW(runSync(provider.fetch(), 60s), ProviderError);
@@ -38,7 +39,7 @@ TEST_F(WebFixture, ClaudeProviderReadsTheFakeServiceThroughTheRealEngine) {
     claude.expireSessions();
     EXPECT_THROW(runSync(provider.fetch(), 60s), ProviderError);
     EXPECT_FALSE(provider.usageURL());
-    const std::string logged = testing::internal::GetCapturedStdout();
+    const std::string logged = capture.finish();
     for (const auto& token : claude.issuedSessions())
         EXPECT_EQ(logged.find(token), std::string::npos);
 }

@@ -1,6 +1,7 @@
 #include "fake_claude.h"
 #include "model/usage_model.h"
 #include "providers/claude_provider.h"
+#include "support/log_lines.h"
 #include "support/loop.h"
 #include "support/screenshot.h"
 #include "web/login_window.h"
@@ -77,9 +78,9 @@ TEST_F(WebFixture, LogInThroughTheLoginWindowThenLogOut) {
     EXPECT_EQ(model.state(ProviderID::claude).snapshot->main->percentLeft(), 58);
 
     runSync(context_->addCookie("WorkosCursorSessionToken", "another-service", "127.0.0.3", 3600), 10s);
-    testing::internal::CaptureStdout();
+    ostrel::test::LogCapture capture;
     runSync(model.logOut(ProviderID::claude), 30s);
-    const std::string logged = testing::internal::GetCapturedStdout();
+    const std::string logged = capture.finish();
     EXPECT_FALSE(runSync(web.hasCookie(FakeClaude::cookieName), 10s));
     WebSession other(*context_, "127.0.0.3", "http://127.0.0.3:1/");
     EXPECT_TRUE(runSync(other.hasCookie("WorkosCursorSessionToken"), 10s));

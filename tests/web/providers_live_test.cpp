@@ -5,6 +5,7 @@
 #include "fake_cursor.h"
 #include "providers/codex_provider.h"
 #include "providers/cursor_provider.h"
+#include "support/log_lines.h"
 #include "support/loop.h"
 #include "support/manual_clock.h"
 #include "web_fixture.h"
@@ -76,7 +77,7 @@ class ProvidersLive : public WebFixture {
 
     // Fetches, keeping what the session logged in `logged_`.
     UsageSnapshot fetch(UsageProvider& provider) {
-        testing::internal::CaptureStdout();
+        ostrel::test::LogCapture capture;
         std::exception_ptr error;
         UsageSnapshot s;
         try {
@@ -84,7 +85,7 @@ class ProvidersLive : public WebFixture {
         } catch (...) {
             error = std::current_exception();
         }
-        logged_ += testing::internal::GetCapturedStdout();
+        logged_ += capture.finish();
         if (error) std::rethrow_exception(error);
         return s;
     }
@@ -189,9 +190,9 @@ TEST_F(ProvidersLive, CodexAnswersOfTheSite) {
     // Logging out clears the site and its account domain alike.
     WebSession account(*context_, chatgpt_.accountHost(), chatgpt_.origin() + "/");
     EXPECT_TRUE(runSync(account.hasCookie(FakeChatGPT::accountCookieName), 10s));
-    testing::internal::CaptureStdout();
+    ostrel::test::LogCapture capture2;
     runSync(codexProvider_->web().logOut(), 30s);
-    logged_ += testing::internal::GetCapturedStdout();
+    logged_ += capture2.finish();
     codexProvider_->reset(); // as the app does on a log-out
     EXPECT_FALSE(runSync(codexWeb_->hasCookie(FakeChatGPT::cookieName), 10s));
     EXPECT_FALSE(runSync(account.hasCookie(FakeChatGPT::accountCookieName), 10s));
