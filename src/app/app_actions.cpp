@@ -14,7 +14,7 @@ namespace ostrel {
 void OstrelApp::addActions() {
     add_action("quit", [this] { quit(); });
     add_action("refresh", [this] {
-        if (core_) spawn(core_->model().refreshAll());
+        if (core_) core_->model().runOwned(core_->model().refreshAll());
     });
     add_action("open-panel", [this] { openPanel(); });
     add_action_with_parameter(

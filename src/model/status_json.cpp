@@ -82,7 +82,8 @@ std::string waybarJson(const UsageModel& model, const UsageHistory* history) {
     std::optional<UsageLevel> lowestLevel;
     for (const TrayEntry& e : model.trayEntries()) {
         text += (text.empty() ? "" : "  ") + std::string(displayName(e.id)) + " " + e.text;
-        const UsageLimit& main = *model.state(e.id).snapshot->main;
+        const ProviderState state = model.state(e.id); // a copy: the limit below is read from it
+        const UsageLimit& main = *state.snapshot->main;
         if (!lowest || main.percentLeft() < *lowest) {
             lowest = main.percentLeft();
             lowestLevel = main.level();

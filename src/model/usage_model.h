@@ -68,6 +68,9 @@ class UsageModel {
     Task<void> refresh(ProviderID id);
     void showLogin(ProviderID id);
     void switchAccount(ProviderID id);
+    // Runs one of the model's own tasks (a refresh, a log-out) that a caller starts and does not
+    // wait for; the model owns it and ends it with itself.
+    void runOwned(Task<void> task) { tasks_.spawn(std::move(task)); }
     Task<void> logOut(ProviderID id);
 
     // One 30-second housekeeping step (public so a caller with its own timing can drive it).

@@ -3,15 +3,15 @@
 namespace ostrel::PanelActions {
 
 void refresh(UsageModel& model, ProviderID id) {
-    spawn(model.refresh(id));
+    model.runOwned(model.refresh(id));
 }
 
 void refreshAll(UsageModel& model) {
-    spawn(model.refreshAll());
+    model.runOwned(model.refreshAll());
 }
 
 void logOut(UsageModel& model, ProviderID id) {
-    spawn(model.logOut(id));
+    model.runOwned(model.logOut(id));
 }
 
 } // namespace ostrel::PanelActions

@@ -5,7 +5,7 @@
 
 namespace ostrel::PanelActions {
 
-// The model outlives every view of the panel, so the tasks may hold it by reference.
+// The model owns these tasks: they end with it, never with the view that started them.
 void refresh(UsageModel& model, ProviderID id);
 void refreshAll(UsageModel& model);
 void logOut(UsageModel& model, ProviderID id);
