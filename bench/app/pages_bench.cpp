@@ -5,6 +5,7 @@
 // requests the pages made on their own. Run by hand on a display:
 //   dbus-run-session -- xvfb-run -a -s -noreset build/bench/app/pages_bench [seconds] [ostrel]
 #include "base/gobject_ptr.h"
+#include "proc_stats.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -18,6 +19,7 @@
 #include <vector>
 
 using namespace ostrel;
+using namespace ostrel::bench;
 
 namespace {
 
@@ -27,38 +29,6 @@ void runFor(double seconds) {
         g_main_context_iteration(nullptr, FALSE);
         g_usleep(10000);
     }
-}
-
-std::vector<int> tree(int root) {
-    std::vector<int> out{root};
-    for (std::size_t i = 0; i < out.size(); ++i) {
-        std::ifstream children("/proc/" + std::to_string(out[i]) + "/task/" + std::to_string(out[i]) +
-                               "/children");
-        for (int child; children >> child;)
-            out.push_back(child);
-    }
-    return out;
-}
-
-long pssKiB(int pid) {
-    std::ifstream rollup("/proc/" + std::to_string(pid) + "/smaps_rollup");
-    for (std::string line; std::getline(rollup, line);)
-        if (line.rfind("Pss:", 0) == 0) return std::stol(line.substr(4));
-    return 0;
-}
-
-double cpuSeconds(int pid) {
-    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-    std::string text((std::istreambuf_iterator<char>(stat)), {});
-    const auto close = text.rfind(')');
-    if (close == std::string::npos) return 0;
-    std::istringstream rest(text.substr(close + 2));
-    std::vector<std::string> fields;
-    for (std::string f; rest >> f;)
-        fields.push_back(f);
-    if (fields.size() < 13) return 0;
-    return static_cast<double>(std::stoll(fields[11]) + std::stoll(fields[12])) /
-           static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
 struct Figures {
@@ -83,7 +53,7 @@ Figures measure(const char* binary, const char* pages, int seconds, const std::s
     }
     const int pid = std::atoi(g_subprocess_get_identifier(app.get()));
     runFor(20); // start, log in, the first refresh and its pages
-    std::vector<int> procs = tree(pid);
+    std::vector<int> procs = descendants(pid);
     double cpuBefore = 0;
     for (int p : procs)
         cpuBefore += cpuSeconds(p);
@@ -91,7 +61,7 @@ Figures measure(const char* binary, const char* pages, int seconds, const std::s
     for (int s = 0; s < seconds; ++s) {
         runFor(1);
         long total = 0;
-        for (int p : tree(pid))
+        for (int p : descendants(pid))
             total += pssKiB(p);
         samples.push_back(total);
     }
