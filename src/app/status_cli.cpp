@@ -102,8 +102,6 @@ struct FollowState {
     bool changed = false;
     bool gone = false;
     std::shared_ptr<AsyncEvent> wake = std::make_shared<AsyncEvent>();
-    // The event that woke us is still inside its set() while we run on: it is kept until the next.
-    std::shared_ptr<AsyncEvent> woken;
     void poke() { wake->set(); }
 };
 
@@ -172,7 +170,7 @@ Task<int> follow(GDBusConnection* bus, StatusRequest request, std::ostream& out,
         if (stop && g_cancellable_is_cancelled(stop)) break;
         if (!state.changed) {
             co_await state.wake->wait();
-            state.woken = std::exchange(state.wake, std::make_shared<AsyncEvent>());
+            state.wake = std::make_shared<AsyncEvent>();
         }
     }
     if (stopHandler) g_cancellable_disconnect(stop, stopHandler);

@@ -59,16 +59,24 @@ void AsyncEvent::Waiter::await_suspend(std::coroutine_handle<> h) {
     event_.waiters_.push_back(this);
 }
 
+AsyncEvent::~AsyncEvent() {
+    if (destroyed_) *destroyed_ = true;
+}
+
 void AsyncEvent::set() {
     if (set_) return;
     set_ = true;
+    bool destroyed = false;
+    destroyed_ = &destroyed;
     // One at a time: a resumed waiter may destroy another waiting frame, which then leaves the queue.
     while (!waiters_.empty()) {
         Waiter* next = waiters_.front();
         waiters_.erase(waiters_.begin());
         next->queued_ = false;
         next->handle_.resume();
+        if (destroyed) return;
     }
+    destroyed_ = nullptr;
 }
 
 } // namespace ostrel

@@ -18,6 +18,7 @@ Task<void> sleepFor(std::chrono::milliseconds duration);
 class AsyncEvent {
   public:
     AsyncEvent() = default;
+    ~AsyncEvent();
     AsyncEvent(const AsyncEvent&) = delete;
     AsyncEvent& operator=(const AsyncEvent&) = delete;
 
@@ -39,14 +40,15 @@ class AsyncEvent {
     };
 
     bool isSet() const { return set_; }
-    // Resumes the waiters in turn. The event must outlive the call: a waiter that replaces it keeps
-    // the old one alive until set() has returned.
+    // Resumes the waiters in turn. A resumed waiter may destroy the event (its frame ends and takes
+    // the event with it); set() then stops there.
     void set();
     Waiter wait() { return Waiter(*this); }
 
   private:
     bool set_ = false;
     std::vector<Waiter*> waiters_;
+    bool* destroyed_ = nullptr; // set() running: tells it the event is gone
 };
 
 } // namespace ostrel
