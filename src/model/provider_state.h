@@ -19,7 +19,7 @@ struct ProviderState {
     bool notifiedBelow50 = false;
     bool notifiedBelow10 = false;
     std::set<std::string> notifiedBelow10Others;
-    bool blockedByBotCheck = false;          // the last attempt met the site's bot check
+    std::optional<std::string> botCheckHost; // the site whose bot check the last attempt met
     std::optional<TimePoint> retryAt;        // rate limited: no scheduled try before this
     int rateLimits = 0;                      // rate limits in a row, for the back-off
     std::optional<TimePoint> loginExpiresAt; // when the login cookie expires, if it says

@@ -28,7 +28,7 @@ std::string applyFailure(ProviderID id, ProviderState& s, const std::exception_p
     const ProviderError* known = asProviderError(error);
     const auto kind = known ? known->kind() : ProviderError::Kind::http;
     const std::string keeping = s.snapshot ? " Showing last known numbers." : "";
-    s.blockedByBotCheck = false;
+    s.botCheckHost.reset();
 
     if (known && kind == ProviderError::Kind::needsLogin) {
         if (!s.needsLogin && s.snapshot) notifier.notifyLoginExpired(id);
@@ -41,7 +41,7 @@ std::string applyFailure(ProviderID id, ProviderState& s, const std::exception_p
     s.lastError = description;
     if (known && kind == ProviderError::Kind::botCheck) {
         // The login is fine; the site wants a browser to prove itself. Numbers and tray item stay.
-        s.blockedByBotCheck = true;
+        s.botCheckHost = known->host();
         s.status = description + "." + keeping;
         return name + " blocked: " + description;
     }

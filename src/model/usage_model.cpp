@@ -176,7 +176,7 @@ Task<void> UsageModel::performRefresh(ProviderID id) {
         working.needsLogin = false;
         working.lastUpdated = clock_.now();
         working.lastError.reset();
-        working.blockedByBotCheck = false;
+        working.botCheckHost.reset();
         working.retryAt.reset();
         working.rateLimits = 0;
         log(name +
@@ -236,7 +236,7 @@ Task<void> UsageModel::logOut(ProviderID id) {
     s.lastError.reset();
     s.lastUpdated.reset();
     s.loginExpiresAt.reset();
-    s.blockedByBotCheck = false;
+    s.botCheckHost.reset();
     s.status = "Logged out";
     store(id, std::move(s));
 }

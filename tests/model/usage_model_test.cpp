@@ -262,14 +262,14 @@ TEST_F(UsageModelTest, WallsAndRateLimitsKeepTheNumbersAndTheLogin) {
     fail(ProviderID::claude, ProviderError::botCheck("claude.test"));
     ProviderState s = model->state(ProviderID::claude);
     EXPECT_EQ(s.status, "Blocked by claude.test's bot check. Showing last known numbers.");
-    EXPECT_TRUE(s.blockedByBotCheck);
+    EXPECT_EQ(s.botCheckHost, "claude.test");
     EXPECT_TRUE(model->isLoggedIn(ProviderID::claude));
     EXPECT_EQ(model->trayEntries().size(), 1u);
 
     fail(ProviderID::claude, ProviderError::rateLimited("claude.test", 240s));
     s = model->state(ProviderID::claude);
     EXPECT_EQ(s.status, "Rate limited; next try in 4m");
-    EXPECT_FALSE(s.blockedByBotCheck);
+    EXPECT_FALSE(s.botCheckHost);
     EXPECT_TRUE(model->isLoggedIn(ProviderID::claude));
     EXPECT_TRUE(notifier.take().empty()) << "neither is a log-out";
 

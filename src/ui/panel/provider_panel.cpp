@@ -68,6 +68,11 @@ ProviderPanel::ProviderPanel(UsageModel& model, ProviderID id)
     retry_.set_halign(Gtk::Align::CENTER);
     retry_.signal_clicked().connect([&model, id] { PanelActions::refresh(model, id); });
     failed_.append(retry_);
+    openSite_.set_name("open-site");
+    openSite_.add_css_class("small");
+    openSite_.set_halign(Gtk::Align::CENTER);
+    openSite_.signal_clicked().connect([&model, id] { model.showLogin(id); });
+    failed_.append(openSite_);
     pictures_.add(failed_, pageName(ProviderPicture::failed));
 
     styleColumn(info_, pageName(ProviderPicture::info));
@@ -100,6 +105,8 @@ void ProviderPanel::update() {
     switch (picture) {
     case ProviderPicture::failed:
         failedText_.set_text(state.status);
+        openSite_.set_visible(state.botCheckHost.has_value());
+        if (state.botCheckHost) openSite_.set_label("Open " + *state.botCheckHost);
         break;
     case ProviderPicture::info:
         infoText_.set_text(infoText(*state.snapshot));

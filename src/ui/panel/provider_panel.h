@@ -43,6 +43,7 @@ class ProviderPanel : public Gtk::Box {
     Gtk::Box failed_{Gtk::Orientation::VERTICAL, 12};
     Gtk::Label failedText_;
     Gtk::Button retry_;
+    Gtk::Button openSite_; // a site's bot check: pass it by hand in the login window
     Gtk::Box info_{Gtk::Orientation::VERTICAL, 12};
     ProviderLogo infoLogo_;
     Gtk::Label infoText_;

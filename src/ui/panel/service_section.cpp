@@ -21,6 +21,11 @@ ServiceSection::ServiceSection(UsageModel& model, ProviderID id)
     name_.add_css_class("headline");
     header_.append(name_);
     append(header_);
+    expiry_.set_name("login-expiry-" + raw);
+    expiry_.add_css_class("caption");
+    expiry_.add_css_class("secondary");
+    expiry_.set_halign(Gtk::Align::START);
+    append(expiry_);
 
     track_.set_name("track-" + raw);
     append(track_);
@@ -65,6 +70,10 @@ void ServiceSection::update() {
     logIn_.set_sensitive(enabled && model_.hasProvider(id_));
     account_.set_visible(loggedIn);
     account_.set_sensitive(enabled);
+
+    const std::optional<std::string> expiry = loginExpiryText(model_.state(id_), model_.now());
+    expiry_.set_text(expiry.value_or(""));
+    expiry_.set_visible(expiry.has_value());
 }
 
 } // namespace ostrel

@@ -1,6 +1,6 @@
 #pragma once
 // One service's part of the settings screen: its logo and name, "Track <Name>", "Show reset time in
-// menu bar", and the account controls that follow whether the service is logged in.
+// menu bar", when the login runs out, and the account controls that follow whether the service is logged in.
 
 #include "model/usage_model.h"
 #include "ui/panel/provider_logo.h"
@@ -25,6 +25,7 @@ class ServiceSection : public Gtk::Box {
     Gtk::Box header_{Gtk::Orientation::HORIZONTAL, 6};
     ProviderLogo logo_;
     Gtk::Label name_;
+    Gtk::Label expiry_; // "Logged in · expires in 5 days", when the login cookie says
     SwitchRow track_;
     SwitchRow resetTime_;
     Gtk::Button logIn_;

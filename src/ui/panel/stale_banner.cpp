@@ -4,7 +4,8 @@
 
 namespace ostrel {
 
-StaleBanner::StaleBanner(std::function<void()> retry) : Gtk::Box(Gtk::Orientation::HORIZONTAL, 8) {
+StaleBanner::StaleBanner(std::function<void()> retry, std::function<void()> openSite)
+    : Gtk::Box(Gtk::Orientation::HORIZONTAL, 8) {
     set_name("stale-banner");
     add_css_class("stale-banner");
 
@@ -21,6 +22,15 @@ StaleBanner::StaleBanner(std::function<void()> retry) : Gtk::Box(Gtk::Orientatio
     spacer_.set_size_request(4, -1);
     append(spacer_);
 
+    openSite_.set_name("banner-open-site");
+    openSite_.add_css_class("link-style");
+    openSite_.add_css_class("caption");
+    openSite_.set_valign(Gtk::Align::CENTER);
+    openSite_.signal_clicked().connect([openSite = std::move(openSite)] {
+        if (openSite) openSite();
+    });
+    append(openSite_);
+
     retry_.set_name("banner-retry");
     retry_.set_label("Retry");
     retry_.add_css_class("link-style");
@@ -32,7 +42,10 @@ StaleBanner::StaleBanner(std::function<void()> retry) : Gtk::Box(Gtk::Orientatio
     append(retry_);
 }
 
-void StaleBanner::update(std::optional<TimePoint> lastUpdated, const std::optional<std::string>& detail) {
+void StaleBanner::update(std::optional<TimePoint> lastUpdated, const std::optional<std::string>& detail,
+                         const std::optional<std::string>& botCheckHost) {
+    openSite_.set_visible(botCheckHost.has_value());
+    if (botCheckHost) openSite_.set_label("Open " + *botCheckHost);
     text_.set_text(lastUpdated ? "Couldn't update · showing " + shortTime(*lastUpdated) : "Couldn't update");
     if (detail && !detail->empty())
         set_tooltip_text(*detail);

@@ -1,6 +1,7 @@
 #pragma once
 // Warns that the numbers on screen come from an earlier successful refresh: when they were
-// fetched, what went wrong since (as the tooltip), and a "Retry" link.
+// fetched, what went wrong since (as the tooltip), and a "Retry" link; when a site's bot check
+// stopped us, an "Open <site>" link too, where a person can pass the check by hand.
 
 #include "base/time.h"
 #include "ui/panel/symbol.h"
@@ -16,15 +17,17 @@ namespace ostrel {
 
 class StaleBanner : public Gtk::Box {
   public:
-    explicit StaleBanner(std::function<void()> retry);
+    StaleBanner(std::function<void()> retry, std::function<void()> openSite);
 
-    void update(std::optional<TimePoint> lastUpdated, const std::optional<std::string>& detail);
+    void update(std::optional<TimePoint> lastUpdated, const std::optional<std::string>& detail,
+                const std::optional<std::string>& botCheckHost);
     std::string text() const { return text_.get_text(); }
 
   private:
     Symbol mark_{Symbol::Kind::warning, 12};
     Gtk::Label text_;
     Gtk::Box spacer_;
+    Gtk::Button openSite_;
     Gtk::Button retry_;
 };
 

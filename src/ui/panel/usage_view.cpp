@@ -9,7 +9,7 @@ namespace ostrel {
 
 UsageView::UsageView(UsageModel& model, ProviderID id)
     : Gtk::Box(Gtk::Orientation::VERTICAL, 14), model_(model), id_(id),
-      banner_([&model, id] { PanelActions::refresh(model, id); }),
+      banner_([&model, id] { PanelActions::refresh(model, id); }, [&model, id] { model.showLogin(id); }),
       gauge_(model.settings().theme(), 0, UsageLevel::veryHigh, true) {
     set_name("usage");
 
@@ -61,7 +61,7 @@ void UsageView::update(const ProviderState& state) {
     const UsageLimit& main = *snapshot.main;
 
     banner_.set_visible(state.lastError.has_value());
-    if (state.lastError) banner_.update(state.lastUpdated, state.lastError);
+    if (state.lastError) banner_.update(state.lastUpdated, state.lastError, state.botCheckHost);
 
     gauge_.setTheme(model_.settings().theme());
     gauge_.setLevel(main.percentLeft() / 100);

@@ -164,6 +164,16 @@ TEST_F(ProviderPanelTest, AFailureAfterSuccessKeepsTheNumbersUnderAStaleBanner) 
     EXPECT_EQ(banner.text(), "Couldn't update · showing " + shortTime(fetched));
     EXPECT_EQ(std::string(banner.get_tooltip_text()), "HTTP 502 from claude.test");
     EXPECT_EQ(named<Gtk::Label>(*panel, "big-figure").get_text(), "60% left");
+    auto& openSite = named<Gtk::Button>(*panel, "banner-open-site");
+    EXPECT_FALSE(shown(openSite)) << "only a bot check is passed by hand";
+
+    // A bot check: the numbers stay, and the site can be opened where a person passes the check.
+    m.fail(claude, ProviderError::botCheck("claude.test"));
+    EXPECT_EQ(named<Gtk::Label>(*panel, "big-figure").get_text(), "60% left");
+    ASSERT_TRUE(shown(openSite));
+    EXPECT_EQ(openSite.get_label(), "Open claude.test");
+    press(openSite);
+    EXPECT_EQ(m.login.shown, std::vector<ProviderID>{claude});
 
     m.answer(claude, PanelModel::snapshot(m.limit("session", 45, 1h)));
     const int before = m.provider(claude).fetches;

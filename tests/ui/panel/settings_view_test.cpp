@@ -119,9 +119,13 @@ TEST_F(SettingsViewTest, AccountControlsFollowTheLogin) {
     EXPECT_FALSE(logIn.is_sensitive()) << "not while the service is off";
     flip("track-cursor");
 
+    // The login cookie's expiry shows under the service while it is logged in.
+    m.provider(cursor).web_.expiry = m.clock.now() + std::chrono::hours(5 * 24 + 3);
     m.refresh(cursor);
     EXPECT_FALSE(shown(logIn));
     EXPECT_TRUE(shown(account));
+    EXPECT_EQ(named<Gtk::Label>(*view, "login-expiry-cursor").get_text(), "Logged in · expires in 5 days");
+    EXPECT_TRUE(shown(row("login-expiry-cursor")));
     EXPECT_TRUE(account.is_sensitive());
     flip("track-cursor");
     EXPECT_FALSE(account.is_sensitive());
@@ -131,8 +135,13 @@ TEST_F(SettingsViewTest, AccountControlsFollowTheLogin) {
     EXPECT_EQ(m.provider(cursor).web_.logOuts, 1);
     EXPECT_TRUE(shown(logIn));
     EXPECT_FALSE(shown(account));
+    EXPECT_FALSE(shown(row("login-expiry-cursor")));
+
+    // A session cookie without an expiry says nothing.
+    m.provider(cursor).web_.expiry.reset();
 
     m.refresh(cursor);
+    EXPECT_FALSE(shown(row("login-expiry-cursor")));
     press(button("switch-account-cursor"));
     EXPECT_EQ(m.provider(cursor).web_.logOuts, 2);
     EXPECT_EQ(m.login.shown, (std::vector<ProviderID>{cursor, cursor}));
