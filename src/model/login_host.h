@@ -13,6 +13,8 @@ class LoginHost {
   public:
     virtual ~LoginHost() = default;
     virtual void show(ProviderID id, UsageProvider& provider) = 0;
+    // The providers are going (the model is being destroyed): stop using what they own.
+    virtual void release() {}
     std::function<void(ProviderID)> onClose;
 };
 

@@ -68,6 +68,7 @@ UsageModel::~UsageModel() {
     for (auto& c : connections_)
         c.disconnect();
     login_.onClose = nullptr;
+    login_.release();
     tasks_.cancelAll(); // before any member goes: the tasks use them while they unwind
 }
 

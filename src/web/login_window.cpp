@@ -1,5 +1,6 @@
 #include "web/login_window.h"
 
+#include "async/loop.h"
 #include "base/log.h"
 #include "web/web_session.h"
 
@@ -11,6 +12,7 @@ constexpr const char* hintCss = R"(
 .login-hint { background-color: rgba(0, 122, 255, 0.12); padding: 12px 14px; }
 .login-hint-line { background-color: rgba(0, 122, 255, 0.25); min-height: 1px; }
 .login-hint image { color: rgb(0, 122, 255); }
+.login-done { background-color: rgba(52, 199, 89, 0.18); padding: 10px 14px; font-weight: 600; }
 )";
 
 GtkWidget* makeHint() {
@@ -39,7 +41,11 @@ GtkWidget* makeHint() {
 
 } // namespace
 
+// A login left open this long is not going to finish by itself; the window stays for the user.
+constexpr auto loginWatchLimit = std::chrono::minutes(30);
+
 LoginWindow::~LoginWindow() {
+    tasks_.cancelAll(); // the watch must not resume into a window being taken apart
     if (!window_) return;
     // The web view belongs to its session: take it out before the window goes.
     if (view_) gtk_box_remove(GTK_BOX(box_), view_);
@@ -60,11 +66,22 @@ void LoginWindow::build() {
                                                GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
 
     box_ = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    done_ = gtk_label_new(nullptr);
+    gtk_widget_add_css_class(done_, "login-done");
+    gtk_widget_set_visible(done_, FALSE);
+    gtk_box_append(GTK_BOX(box_), done_);
     gtk_box_append(GTK_BOX(box_), makeHint());
     GtkWidget* line = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0); // the hint's 1-point bottom edge
     gtk_widget_add_css_class(line, "login-hint-line");
     gtk_box_append(GTK_BOX(box_), line);
     gtk_window_set_child(window_, box_);
+}
+
+void LoginWindow::release() {
+    tasks_.cancelAll(); // the login watch reads the session that is about to go
+    session_ = nullptr;
+    current_.reset();
+    if (window_) gtk_widget_set_visible(GTK_WIDGET(window_), FALSE);
 }
 
 void LoginWindow::show(ProviderID id, UsageProvider& provider) {
@@ -73,10 +90,11 @@ void LoginWindow::show(ProviderID id, UsageProvider& provider) {
         log(std::string(displayName(id)) + " has no web page to log in on");
         return;
     }
-    show(id, *session, provider.loginURL());
+    show(id, *session, provider.loginURL(), provider.sessionCookieName());
 }
 
-void LoginWindow::show(ProviderID id, WebSession& session, const std::string& url) {
+void LoginWindow::show(ProviderID id, WebSession& session, const std::string& url,
+                       std::string sessionCookie) {
     if (!window_) build();
     const std::string name(displayName(id));
     log("Opening login window for " + name);
@@ -92,9 +110,44 @@ void LoginWindow::show(ProviderID id, WebSession& session, const std::string& ur
         gtk_box_append(GTK_BOX(box_), view_);
     }
     session_ = &session;
+    gtk_widget_set_visible(done_, FALSE);
+    tasks_.cancelAll();
+    if (!sessionCookie.empty())
+        tasks_.spawn(closeWhenLoggedIn(this, &session, std::move(sessionCookie), name));
     session.load(url);
     // GTK cannot place a window itself; the window manager centres new windows on most desktops.
     gtk_window_present(window_);
+}
+
+Task<void> LoginWindow::closeWhenLoggedIn(LoginWindow* self, WebSession* session, std::string cookie,
+                                          std::string name) {
+    // Opened while already logged in (to pass a site's bot check by hand, say): the cookie is
+    // there from the start, and closing at once would take the page away from the user.
+    try {
+        if (co_await session->hasCookie(cookie)) co_return;
+    } catch (const std::exception&) {
+        co_return; // the store cannot tell; the user closes the window
+    }
+    const auto polls = loginWatchLimit / self->timing_.poll;
+    for (long i = 0; i < polls; ++i) {
+        co_await sleepFor(self->timing_.poll);
+        if (!gtk_widget_get_visible(GTK_WIDGET(self->window_))) co_return;
+        if (!session->landedOnSite()) continue; // still on the form or a sign-in provider's page
+        bool loggedIn = false;
+        try {
+            loggedIn = co_await session->hasCookie(cookie);
+        } catch (const std::exception&) {
+            continue; // a slow store this time; look again at the next poll
+        }
+        if (!loggedIn) continue;
+        session->log("Login finished in the login window");
+        gtk_label_set_text(GTK_LABEL(self->done_), ("Logged in to " + name).c_str());
+        gtk_widget_set_visible(self->done_, TRUE);
+        co_await sleepFor(self->timing_.doneShown);
+        // The usual close path, so the refresh follows at once.
+        if (gtk_widget_get_visible(GTK_WIDGET(self->window_))) gtk_window_close(self->window_);
+        co_return;
+    }
 }
 
 gboolean LoginWindow::onCloseRequest(GtkWindow*, gpointer data) {

@@ -168,6 +168,10 @@ Task<HttpResult> WebSession::get(std::string url, Headers headers) {
     throw WebError("Page: " + pageError + " | Direct: " + directError);
 }
 
+bool WebSession::landedOnSite() const {
+    return !isLoading() && domainMatches(hostOf(webkit_web_view_get_uri(view_.get())), host_);
+}
+
 Task<void> WebSession::waitForPage() {
     const char* current = webkit_web_view_get_uri(view_.get());
     if (pageLost_ || !current || !domainMatches(hostOf(current), host_)) {

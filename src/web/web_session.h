@@ -42,6 +42,10 @@ class WebSession final : public WebClient {
     const std::string& restURL() const { return restURL_; }
     const std::vector<std::string>& loginDomains() const { return loginDomains_; }
 
+    // Whether the view has finished loading a page of the service's own host (not a sign-in
+    // provider's page on the way there).
+    bool landedOnSite() const;
+
     // Loads `url` in the view (a 60-second bound on the load).
     void load(const std::string& url);
 
