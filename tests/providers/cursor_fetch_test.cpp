@@ -33,6 +33,14 @@ TEST_F(CursorFetch, StatusesAndBodies) {
     EXPECT_EQ(fetchError(), "HTTP 404 from cursor.test");
     web->answerWith([](const ScriptedWeb::Call&) -> HttpResult { throw WebError("Page: a | Direct: b"); });
     EXPECT_EQ(fetchError(), "Page: a | Direct: b");
+    // Without the session cookie there is no login; a store that cannot be read is no answer at all,
+    // so the model keeps the login and the numbers.
+    web->hasCookieResult = false;
+    EXPECT_EQ(fetchError(), "Not logged in");
+    web->hasCookieResult = true;
+    web->cookieStoreFails = true;
+    EXPECT_EQ(fetchError(), "Could not read the cookie store");
+    web->cookieStoreFails = false;
     // A JSON object without the expected members is an answer, not an error.
     web->answer(200, R"({"membershipType":"free"})");
     EXPECT_EQ(fetch().message, "Free plan: no included usage to track");
