@@ -27,6 +27,7 @@ class PanelScreenshots : public ::testing::TestWithParam<bool> {
         weekly.title = "Weekly";
         UsageLimit opus{"opus", "Opus", 12, std::nullopt};
         opus.title = "Weekly Opus";
+        m.provider(claude).web_.expiry = m.clock.now() + 5 * 24h + 3h; // "expires in 5 days" in settings
         m.provider(claude).then(PanelModel::snapshot(m.limit("session", 37, 2h + 5min), {weekly, opus}));
         m.provider(cursor).thenThrow(ProviderError::needsLogin());
         m.provider(codex).thenThrow(ProviderError::http(503, "chatgpt.test"));
@@ -65,9 +66,9 @@ TEST_P(PanelScreenshots, MainScreenPictures) {
     select(codex);
     shoot("main-failed");
 
-    // Numbers held through a later failure: the stale banner above them.
+    // Numbers held through a later failure (a site's bot check): the stale banner above them.
     m.provider(claude).script.clear();
-    m.provider(claude).thenThrow(ProviderError::http(502, "claude.test"));
+    m.provider(claude).thenThrow(ProviderError::botCheck("claude.ai"));
     m.refresh(claude);
     select(claude);
     shoot("main-stale");
