@@ -9,6 +9,7 @@ namespace {
 
 constexpr const char* service = "org.freedesktop.Notifications";
 constexpr const char* path = "/org/freedesktop/Notifications";
+constexpr const char* appId = "app.ostrel.Ostrel"; // the desktop entry and the app icon
 constexpr int callTimeoutMs = 5000;
 
 constexpr std::chrono::milliseconds callTimeout{callTimeoutMs};
@@ -40,9 +41,12 @@ Task<void> postNow(GObjectPtr<GDBusConnection> bus, bool firstOfRun, std::string
     g_variant_builder_init(&hints, G_VARIANT_TYPE_VARDICT);
     g_variant_builder_add(&hints, "{sv}", "sound-name", g_variant_new_string("message-new-instant"));
     g_variant_builder_add(&hints, "{sv}", "urgency", g_variant_new_byte(1));
-    // replaces_id 0: the service gives every notification a fresh id, so none replaces another.
-    GVariant* params =
-        g_variant_new("(susssasa{sv}i)", "Ostrel", 0u, "", title.c_str(), body.c_str(), nullptr, &hints, -1);
+    // Desktops show and group notifications under the app that the desktop entry names.
+    g_variant_builder_add(&hints, "{sv}", "desktop-entry", g_variant_new_string(appId));
+    // replaces_id 0: the service gives every notification a fresh id, so none replaces another. The
+    // icon is the installed app icon's name (the desktop entry's Icon=).
+    GVariant* params = g_variant_new("(susssasa{sv}i)", "Ostrel", 0u, appId, title.c_str(), body.c_str(),
+                                     nullptr, &hints, -1);
     co_await call(bus.get(), "Notify", params);
 }
 

@@ -51,6 +51,8 @@ TEST_F(PrivateBus, NotificationsArriveWithTheirTextsAndEachIsNew) {
         EXPECT_EQ(n.appName, "Ostrel");
         EXPECT_EQ(n.replacesId, 0u);
         EXPECT_FALSE(n.soundName.empty());
+        EXPECT_EQ(n.desktopEntry, "app.ostrel.Ostrel") << "grouped under the app";
+        EXPECT_EQ(n.appIcon, "app.ostrel.Ostrel");
     }
     EXPECT_EQ(service.capabilityQueries(), 1) << "the set-up is made once per run";
 }

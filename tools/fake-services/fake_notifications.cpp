@@ -57,9 +57,10 @@ void FakeNotifications::onCall(GDBusConnection*, const char*, const char*, const
         GVariant* hints = nullptr;
         g_variant_get(params, "(&su&s&s&sas@a{sv}i)", &app, &replaces, &icon, &summary, &body, &actions,
                       &hints, &timeout);
-        Notification n{app, replaces, summary, body, {}, self->nextId_++};
-        const char* sound = nullptr;
+        Notification n{app, replaces, summary, body, {}, icon, {}, self->nextId_++};
+        const char *sound = nullptr, *entry = nullptr;
         if (g_variant_lookup(hints, "sound-name", "&s", &sound)) n.soundName = sound;
+        if (g_variant_lookup(hints, "desktop-entry", "&s", &entry)) n.desktopEntry = entry;
         g_variant_iter_free(actions);
         g_variant_unref(hints);
         self->received_.push_back(n);

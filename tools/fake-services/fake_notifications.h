@@ -18,6 +18,8 @@ class FakeNotifications {
         std::string summary;
         std::string body;
         std::string soundName;
+        std::string appIcon;
+        std::string desktopEntry;
         unsigned id = 0; // the id we handed back
     };
 
