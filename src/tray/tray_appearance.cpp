@@ -2,6 +2,8 @@
 
 #include "async/bounded_call.h"
 
+#include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -32,6 +34,7 @@ std::optional<unsigned> schemeFrom(GVariant* v) {
 
 TrayAppearance::TrayAppearance(GDBusConnection* bus, std::function<void()> changed)
     : bus_(GObjectPtr<GDBusConnection>::ref(bus)), changed_(std::move(changed)) {
+    followGtkSettings();
     if (!bus_) return;
     subscription_ = g_dbus_connection_signal_subscribe(
         bus_.get(), portalName, settingsIface, "SettingChanged", portalPath, "org.freedesktop.appearance",
@@ -39,8 +42,22 @@ TrayAppearance::TrayAppearance(GDBusConnection* bus, std::function<void()> chang
     tasks_.spawn(readPortal());
 }
 
+void TrayAppearance::followGtkSettings() {
+    GtkSettings* gs = gtk_settings_get_default();
+    if (!gs) return;
+    auto onNotify = +[](GObject*, GParamSpec*, gpointer self) {
+        auto* me = static_cast<TrayAppearance*>(self);
+        if (me->changed_) me->changed_();
+    };
+    for (const char* signal : {"notify::gtk-theme-name", "notify::gtk-application-prefer-dark-theme"})
+        gtkHandlers_.push_back(g_signal_connect(gs, signal, G_CALLBACK(onNotify), this));
+}
+
 TrayAppearance::~TrayAppearance() {
     tasks_.cancelAll(); // the read must not finish into a half-destroyed object
+    if (GtkSettings* gs = gtk_settings_get_default())
+        for (gulong handler : gtkHandlers_)
+            g_signal_handler_disconnect(gs, handler);
     if (subscription_) g_dbus_connection_signal_unsubscribe(bus_.get(), subscription_);
 }
 
@@ -79,15 +96,15 @@ std::optional<bool> TrayAppearance::barIsDark() const {
     }
     if (colorScheme_ == 1u) return true;
     if (colorScheme_ == 2u) return false;
-    if (GtkSettings* gs = gtk_settings_get_default()) {
-        gboolean preferDark = FALSE;
-        char* theme = nullptr;
-        g_object_get(gs, "gtk-application-prefer-dark-theme", &preferDark, "gtk-theme-name", &theme, nullptr);
-        const bool darkTheme = theme && std::string(theme).find("dark") != std::string::npos;
-        g_free(theme);
-        if (preferDark || darkTheme) return true;
-    }
-    return std::nullopt; // no preference anywhere: keep what we have (dark bars are the common case)
+    GtkSettings* gs = gtk_settings_get_default();
+    if (!gs) return std::nullopt; // GTK is not up: keep what we have
+    gboolean preferDark = FALSE;
+    char* theme = nullptr;
+    g_object_get(gs, "gtk-application-prefer-dark-theme", &preferDark, "gtk-theme-name", &theme, nullptr);
+    std::string name = theme ? theme : "";
+    g_free(theme);
+    std::transform(name.begin(), name.end(), name.begin(), [](unsigned char ch) { return std::tolower(ch); });
+    return preferDark || name.find("dark") != std::string::npos; // no match counts as light
 }
 
 } // namespace ostrel
