@@ -27,8 +27,9 @@ class FakePortal {
         static const GDBusInterfaceVTable vtable{&FakePortal::onCall, nullptr, nullptr, {}};
         object_ = g_dbus_connection_register_object(bus, "/org/freedesktop/portal/desktop",
                                                     info_->interfaces[0], &vtable, this, nullptr, nullptr);
-        owner_ = g_bus_own_name_on_connection(bus, "org.freedesktop.portal.Desktop", G_BUS_NAME_OWNER_FLAGS_NONE,
-                                              nullptr, nullptr, nullptr, nullptr);
+        owner_ =
+            g_bus_own_name_on_connection(bus, "org.freedesktop.portal.Desktop", G_BUS_NAME_OWNER_FLAGS_NONE,
+                                         nullptr, nullptr, nullptr, nullptr);
     }
     ~FakePortal() {
         g_bus_unown_name(owner_);
@@ -47,8 +48,8 @@ class FakePortal {
     static void onCall(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
                        GDBusMethodInvocation* call, gpointer self) {
         const unsigned scheme = static_cast<FakePortal*>(self)->scheme_;
-        g_dbus_method_invocation_return_value(call,
-                                              g_variant_new("(v)", g_variant_new_variant(g_variant_new_uint32(scheme))));
+        g_dbus_method_invocation_return_value(
+            call, g_variant_new("(v)", g_variant_new_variant(g_variant_new_uint32(scheme))));
     }
     struct InfoUnref {
         void operator()(GDBusNodeInfo* i) const { g_dbus_node_info_unref(i); }

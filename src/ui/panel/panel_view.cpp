@@ -65,13 +65,15 @@ PanelView::~PanelView() {
 
 void PanelView::installActions() {
     actions_->add_action("settings", [this] { setScreen(PanelScreen::settings); });
-    actions_->add_action("back", [this] { goBack(); });
+    actions_->add_action("back", [this] {
+        if (!goBack()) closeRequested.emit();
+    });
     actions_->add_action("theme", [this] { setScreen(PanelScreen::theme); });
     actions_->add_action("support", [this] { setScreen(PanelScreen::support); });
     actions_->add_action("feedback", [this] { setScreen(PanelScreen::feedback); });
 
     // Managed scope: the window hands these keys to the panel wherever the focus is. A disabled
-    // action lets its key pass (Escape on the main screen, Ctrl+comma elsewhere).
+    // action lets its key pass (Ctrl+comma off the main screen).
     auto shortcuts = Gtk::ShortcutController::create();
     shortcuts->set_scope(Gtk::ShortcutScope::MANAGED);
     shortcuts->add_shortcut(Gtk::Shortcut::create(Gtk::ShortcutTrigger::parse_string("Escape"),
@@ -84,8 +86,7 @@ void PanelView::installActions() {
 
 void PanelView::setScreen(PanelScreen screen) {
     const bool main = screen == PanelScreen::main;
-    for (auto [name, enabled] : {std::pair{"settings", main}, std::pair{"back", !main}})
-        std::dynamic_pointer_cast<Gio::SimpleAction>(actions_->lookup_action(name))->set_enabled(enabled);
+    std::dynamic_pointer_cast<Gio::SimpleAction>(actions_->lookup_action("settings"))->set_enabled(main);
     if (screen == screen_ && pages_.get_visible_child()) return;
     screen_ = screen;
     header_.show(screen);

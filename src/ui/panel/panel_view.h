@@ -5,9 +5,9 @@
 // to refresh.
 //
 // Its commands are actions for the window to insert as "win": "settings" (Ctrl+comma, main screen
-// only), "back" (Escape, every other screen), and "theme", "support", "feedback" (the settings
-// screen's rows). The settings screen's "Refresh" and "Quit Ostrel" activate "app.refresh" and
-// "app.quit", which the application provides.
+// only), "back" (Escape: one screen back, or from the main screen, close the panel), and "theme", "support",
+// "feedback" (the settings screen's rows). The settings screen's "Refresh" and "Quit Ostrel" activate
+// "app.refresh" and "app.quit", which the application provides.
 
 #include "model/usage_model.h"
 #include "ui/panel/main_screen.h"
@@ -45,6 +45,8 @@ class PanelView : public Gtk::Widget {
     // hidden (back to the main screen).
     void panelShown();
     void panelHidden();
+    // "back" on the main screen: the window closes, as a drop-down does on Escape.
+    sigc::signal<void()> closeRequested;
 
     // The service the main screen shows, and its main limit's percentage left.
     std::optional<ProviderID> selected() const;

@@ -18,6 +18,7 @@ PanelWindow::PanelWindow(UsageModel& model, std::string feedbackEndpoint)
     insert_action_group("win", view_.actions());
 
     signal_show().connect([this] { view_.panelShown(); });
+    view_.closeRequested.connect([this] { hide(); });
     signal_hide().connect([this] {
         wasActive_ = false;
         view_.panelHidden();
