@@ -2,8 +2,6 @@
 #include "support/log_lines.h"
 #include "support/loop.h"
 
-#include <glib/gstdio.h>
-
 using namespace ostrel;
 using namespace ostrel::test;
 using namespace std::chrono_literals;
@@ -17,51 +15,6 @@ class Environment : public AppFixture {
         refresh(ProviderID::claude);
     }
 };
-
-TEST_F(Environment, ACorruptSettingsFileGivesDefaultsAndIsKept) {
-    g_mkdir_with_parents(dir_.file("config/ostrel").c_str(), 0700);
-    const std::string junk = "[Ostrel\ngaugeTheme=candle\n\x01\x02";
-    writeFile(settingsPath(), junk);
-    startApp();
-    logInEverywhere();
-    EXPECT_NE(log_.find("could not be read"), std::string::npos) << log_;
-    EXPECT_EQ(core_->settings().theme(), GaugeTheme::glass);
-    showNumbers();
-    EXPECT_TRUE(model().isLoggedIn(ProviderID::claude));
-    EXPECT_EQ(readFile(settingsPath()), junk) << "not overwritten until the user changes something";
-    ostrel::test::LogCapture capture;
-    core_->settings().setTheme(GaugeTheme::meter);
-    capture.finish();
-    EXPECT_EQ(readFile(settingsPath() + ".bad"), junk);
-    EXPECT_EQ(AppSettings(settingsPath()).theme(), GaugeTheme::meter);
-}
-
-TEST_F(Environment, ASettingsFolderThatCannotBeWrittenLeavesTheAppWorking) {
-    writeFile(dir_.file("config"), "a file where the folder should be");
-    startApp();
-    logInEverywhere();
-    ostrel::test::LogCapture capture2;
-    core_->settings().setProviderEnabled(ProviderID::cursor, false);
-    const std::string said = capture2.finish();
-    EXPECT_NE(said.find("not saved"), std::string::npos) << said;
-    showNumbers();
-    EXPECT_TRUE(model().isLoggedIn(ProviderID::claude));
-    EXPECT_EQ(model().activeProviders(), (std::vector<ProviderID>{ProviderID::claude, ProviderID::codex}));
-}
-
-TEST_F(Environment, NoNotificationServiceIsNoProblem) {
-    notifications_.reset();
-    startApp();
-    logInEverywhere();
-    showNumbers();
-    claude_.expireSessions();
-    refresh(ProviderID::claude); // would post "logged out"
-    test::pump(300ms);
-    EXPECT_EQ(model().state(ProviderID::claude).status, "Not logged in. Click Log in to Claude.");
-    claude_.setUsageAnswer(FakeAnswer::json("{}", 500));
-    refresh(ProviderID::cursor);
-    EXPECT_TRUE(model().isLoggedIn(ProviderID::cursor)) << "the app goes on";
-}
 
 TEST_F(Environment, NoTrayHostThenOneAppears) {
     watcher_.reset();
