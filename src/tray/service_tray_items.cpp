@@ -36,7 +36,8 @@ void ServiceTrayItems::update() {
         const ProviderState s = model_.state(item.id);
         const double left = s.snapshot && s.snapshot->main ? s.snapshot->main->percentLeft() : 0;
         std::vector<TrayPixmap> badge;
-        for (int px : {22, 44})
+        // Hosts pick the size nearest their own; bars run from 16 to 32 pixels, twice that on HiDPI.
+        for (int px : {16, 22, 24, 32, 44, 64})
             badge.push_back(
                 TrayPixmap::fromSurface(renderServiceBadge(item.id, left, item.level, dark, px).get()));
         items_[i]->update(std::move(badge), spokenText(item), item.text);

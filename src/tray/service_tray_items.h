@@ -1,7 +1,7 @@
 #pragma once
 // The tray as one square item per service, for hosts that squeeze a wide icon into a square (KDE
-// Plasma, Xfce): each item is the service's logo in a ring as full as what is left, with the spoken
-// text as its title and tooltip. With nothing to show, one item with the plain icon remains.
+// Plasma, Xfce): each item is the percentage left in large digits under the service's small logo, with the
+// spoken text as its title and tooltip. With nothing to show, one item with the plain icon remains.
 
 #include "model/usage_model.h"
 #include "tray/tray_item.h"

@@ -111,20 +111,39 @@ CairoSurfacePtr renderServiceBadge(ProviderID id, double percentLeft, UsageLevel
     const CairoPtr owner(cairo_create(surface.get()));
     cairo_t* cr = owner.get();
     const Rgb c = iconColor(level, isDark);
-    const double size = pixels, ring = std::max(1.5, size * 0.11), radius = (size - ring) / 2;
-    cairo_set_line_width(cr, ring);
-    cairo_set_source_rgba(cr, c.r, c.g, c.b, 0.28); // the track
-    cairo_arc(cr, size / 2, size / 2, radius, 0, 2 * M_PI);
-    cairo_stroke(cr);
-    const double fraction = std::clamp(percentLeft / 100.0, 0.0, 1.0);
-    if (fraction > 0) {
-        cairo_set_source_rgb(cr, c.r, c.g, c.b);
-        cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
-        cairo_arc(cr, size / 2, size / 2, radius, -M_PI / 2, -M_PI / 2 + 2 * M_PI * fraction);
-        cairo_stroke(cr);
-    }
-    const int logo = static_cast<int>(std::lround(size * 0.56));
-    drawTintedLogo(cr, displayName(id), (size - logo) / 2, (size - logo) / 2, logo, c);
+    const double size = pixels, pad = std::max(1.0, size / 22);
+    // The digits take the lower 58 % of the square at full width; the logo sits small above them.
+    const double digitsH = size * 0.58, digitsW = size - 2 * pad;
+    const int logo = static_cast<int>(std::floor(size - digitsH - 2 * pad));
+    drawTintedLogo(cr, displayName(id), (size - logo) / 2, pad, logo, c);
+
+    GObjectPtr<PangoLayout> layout = adopt(pango_cairo_create_layout(cr));
+    const FontDescriptionPtr font(pango_font_description_from_string("Sans Bold"));
+    pango_font_description_set_absolute_size(font.get(), 100 * PANGO_SCALE);
+    pango_layout_set_font_description(layout.get(), font.get());
+    const long shown = std::lround(std::clamp(percentLeft, 0.0, 100.0));
+    pango_layout_set_text(layout.get(), std::to_string(shown).c_str(), -1);
+    PangoRectangle ink, logical;
+    pango_layout_get_pixel_extents(layout.get(), &ink, &logical);
+    if (ink.width <= 0 || ink.height <= 0) return surface;
+    // As tall as the space allows; a wide number ("100") is narrowed a little before it shrinks.
+    double sy = digitsH / ink.height;
+    const double sx = std::min(sy, digitsW / ink.width);
+    sy = std::min(sy, sx * 1.4);
+    cairo_save(cr);
+    cairo_translate(cr, (size - ink.width * sx) / 2, size - pad - ink.height * sy);
+    cairo_scale(cr, sx, sy);
+    cairo_move_to(cr, -ink.x, -ink.y);
+    pango_cairo_layout_path(cr, layout.get());
+    cairo_restore(cr);
+    // A halo in the bar's own shade keeps the digits apart from any bar behind them.
+    const double halo = isDark ? 0.0 : 1.0;
+    cairo_set_source_rgba(cr, halo, halo, halo, 0.55);
+    cairo_set_line_width(cr, std::max(1.0, size / 16));
+    cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
+    cairo_stroke_preserve(cr);
+    cairo_set_source_rgb(cr, c.r, c.g, c.b);
+    cairo_fill(cr);
     return surface;
 }
 

@@ -21,8 +21,8 @@ struct TrayLabel {
     CairoSurfacePtr render(double scale) const;
 };
 
-// One service as a square icon, for hosts that squeeze wide icons: its logo tinted by level inside
-// a ring that is as full as what is left.
+// One service as a square icon, for hosts that squeeze wide icons: the percentage left in large
+// digits tinted by level, with the service's logo small above them.
 CairoSurfacePtr renderServiceBadge(ProviderID id, double percentLeft, UsageLevel level, bool isDark,
                                    int pixels);
 

@@ -6,9 +6,10 @@
 #include "tray/service_tray_items.h"
 #include "tray/tray_label.h"
 
+#include <algorithm>
 #include <glib/gstdio.h>
 #include <gtest/gtest.h>
-#include <tuple>
+#include <vector>
 
 using namespace ostrel;
 using namespace ostrel::test;
@@ -36,40 +37,63 @@ TEST(ServiceTrayItems, OneSquareItemPerServiceShowingAndBackToThePlainIcon) {
     EXPECT_EQ(tray.items().size(), 1u) << "a service that needs a login leaves the tray";
 }
 
-TEST(ServiceBadge, TheRingIsAsFullAsWhatIsLeft) {
-    auto inked = [](cairo_surface_t* s, int x, int y) {
+TEST(ServiceBadge, TheDigitsAreTallEnoughToReadAndFollowTheNumber) {
+    // Rows of the lower part that hold the level's colour: the digits' ink height.
+    auto digitRows = [](cairo_surface_t* s, Rgb c) {
         cairo_surface_flush(s);
-        const auto* row = cairo_image_surface_get_data(s) + y * cairo_image_surface_get_stride(s);
-        return (reinterpret_cast<const std::uint32_t*>(row)[x] >> 24) > 200;
+        const int size = cairo_image_surface_get_width(s);
+        int rows = 0;
+        for (int y = size * 2 / 5; y < size; ++y) {
+            const auto* row = reinterpret_cast<const std::uint32_t*>(cairo_image_surface_get_data(s) +
+                                                                     y * cairo_image_surface_get_stride(s));
+            rows += std::any_of(row, row + size, [c](std::uint32_t p) {
+                auto near = [](unsigned v, double want) { return std::abs(int(v) - int(want * 255)) < 40; };
+                return (p >> 24) > 240 && near((p >> 16) & 255, c.r) && near((p >> 8) & 255, c.g) &&
+                       near(p & 255, c.b);
+            });
+        }
+        return rows;
     };
-    // Left of the centre on the ring: reached by the arc only past three quarters.
-    CairoSurfacePtr quarter = renderServiceBadge(ProviderID::claude, 25, UsageLevel::medium, true, 44);
-    CairoSurfacePtr most = renderServiceBadge(ProviderID::claude, 90, UsageLevel::veryHigh, true, 44);
-    EXPECT_EQ(cairo_image_surface_get_width(most.get()), 44);
-    EXPECT_EQ(cairo_image_surface_get_height(most.get()), 44);
-    EXPECT_FALSE(inked(quarter.get(), 2, 22));
-    EXPECT_TRUE(inked(most.get(), 2, 22));
-    EXPECT_TRUE(inked(quarter.get(), 41, 22)) << "the first quarter runs from the top to the right";
+    for (bool dark : {true, false})
+        for (double left : {8.0, 42.0, 100.0}) {
+            CairoSurfacePtr b = renderServiceBadge(ProviderID::cursor, left, UsageLevel::low, dark, 22);
+            EXPECT_GE(digitRows(b.get(), iconColor(UsageLevel::low, dark)), 9)
+                << left << (dark ? " dark" : " light");
+        }
+    auto bytes = [](cairo_surface_t* s) {
+        cairo_surface_flush(s);
+        const auto* d = cairo_image_surface_get_data(s);
+        return std::vector<unsigned char>(d, d + cairo_image_surface_get_stride(s) *
+                                                     cairo_image_surface_get_height(s));
+    };
+    CairoSurfacePtr a42 = renderServiceBadge(ProviderID::claude, 42, UsageLevel::medium, true, 22);
+    CairoSurfacePtr a87 = renderServiceBadge(ProviderID::claude, 87, UsageLevel::medium, true, 22);
+    EXPECT_NE(bytes(a42.get()), bytes(a87.get())) << "the number is drawn, not a fixed picture";
 
-    // A strip of badges on a dark bar, for reviewers.
-    CairoSurfacePtr strip(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 3 * 52 + 8, 60));
-    cairo_t* cr = cairo_create(strip.get());
-    cairo_set_source_rgb(cr, 0.13, 0.13, 0.13);
-    cairo_paint(cr);
-    const std::tuple<ProviderID, double, UsageLevel> badges[] = {
-        {ProviderID::claude, 8, UsageLevel::low},
-        {ProviderID::cursor, 42, UsageLevel::medium},
-        {ProviderID::codex, 90, UsageLevel::veryHigh}};
-    int x = 8;
-    for (const auto& [id, left, level] : badges) {
-        CairoSurfacePtr b = renderServiceBadge(id, left, level, true, 44);
-        cairo_set_source_surface(cr, b.get(), x, 8);
-        cairo_paint(cr);
-        x += 52;
+    // Every size a host may pick, on a dark and a light bar, enlarged four times, for reviewers.
+    const int sizes[] = {16, 22, 24, 32, 44};
+    CairoSurfacePtr sheet(
+        cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 4 * (16 + 22 + 24 + 32 + 44 + 30), 4 * 112));
+    const CairoPtr cr(cairo_create(sheet.get()));
+    cairo_scale(cr.get(), 4, 4);
+    cairo_pattern_set_filter(cairo_get_source(cr.get()), CAIRO_FILTER_NEAREST);
+    for (bool dark : {true, false}) {
+        const double y = dark ? 0 : 56, shade = dark ? 0.13 : 0.94;
+        cairo_set_source_rgb(cr.get(), shade, shade, shade);
+        cairo_rectangle(cr.get(), 0, y, 16 + 22 + 24 + 32 + 44 + 30, 56);
+        cairo_fill(cr.get());
+        double x = 5;
+        for (int px : sizes) {
+            const double left = px == 22 ? 100 : px % 3 == 0 ? 8 : 42;
+            CairoSurfacePtr b = renderServiceBadge(ProviderID::claude, left, UsageLevel::low, dark, px);
+            cairo_set_source_surface(cr.get(), b.get(), x, y + 6);
+            cairo_pattern_set_filter(cairo_get_source(cr.get()), CAIRO_FILTER_NEAREST);
+            cairo_paint(cr.get());
+            x += px + 5;
+        }
     }
-    cairo_destroy(cr);
     const std::string dir = std::string(OSTREL_BUILD_DIR) + "/screenshots/tray";
     g_mkdir_with_parents(dir.c_str(), 0755);
-    EXPECT_EQ(cairo_surface_write_to_png(strip.get(), (dir + "/service-badges.png").c_str()),
+    EXPECT_EQ(cairo_surface_write_to_png(sheet.get(), (dir + "/service-badges.png").c_str()),
               CAIRO_STATUS_SUCCESS);
 }
