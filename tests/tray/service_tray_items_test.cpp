@@ -70,26 +70,21 @@ TEST(ServiceBadge, TheDigitsAreTallEnoughToReadAndFollowTheNumber) {
     CairoSurfacePtr a87 = renderServiceBadge(ProviderID::claude, 87, UsageLevel::medium, true, 22);
     EXPECT_NE(bytes(a42.get()), bytes(a87.get())) << "the number is drawn, not a fixed picture";
 
-    // Every size a host may pick, on a dark and a light bar, enlarged four times, for reviewers.
-    const int sizes[] = {16, 22, 24, 32, 44};
-    CairoSurfacePtr sheet(
-        cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 4 * (16 + 22 + 24 + 32 + 44 + 30), 4 * 112));
+    // Every size a host may pick, on a dark and a light bar, for reviewers.
+    CairoSurfacePtr sheet(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 170, 100));
     const CairoPtr cr(cairo_create(sheet.get()));
-    cairo_scale(cr.get(), 4, 4);
-    cairo_pattern_set_filter(cairo_get_source(cr.get()), CAIRO_FILTER_NEAREST);
     for (bool dark : {true, false}) {
-        const double y = dark ? 0 : 56, shade = dark ? 0.13 : 0.94;
+        const double y = dark ? 0 : 50, shade = dark ? 0.13 : 0.94;
         cairo_set_source_rgb(cr.get(), shade, shade, shade);
-        cairo_rectangle(cr.get(), 0, y, 16 + 22 + 24 + 32 + 44 + 30, 56);
+        cairo_rectangle(cr.get(), 0, y, 170, 50);
         cairo_fill(cr.get());
-        double x = 5;
-        for (int px : sizes) {
-            const double left = px == 22 ? 100 : px % 3 == 0 ? 8 : 42;
-            CairoSurfacePtr b = renderServiceBadge(ProviderID::claude, left, UsageLevel::low, dark, px);
-            cairo_set_source_surface(cr.get(), b.get(), x, y + 6);
-            cairo_pattern_set_filter(cairo_get_source(cr.get()), CAIRO_FILTER_NEAREST);
+        double x = 4;
+        for (const auto& [px, left] : {std::pair{16, 42.0}, {22, 100.0}, {24, 8.0}, {32, 42.0}, {44, 42.0}}) {
+            cairo_set_source_surface(
+                cr.get(), renderServiceBadge(ProviderID::claude, left, UsageLevel::low, dark, px).get(), x,
+                y + 3);
             cairo_paint(cr.get());
-            x += px + 5;
+            x += px + 4;
         }
     }
     const std::string dir = std::string(OSTREL_BUILD_DIR) + "/screenshots/tray";
