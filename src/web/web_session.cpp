@@ -294,7 +294,7 @@ Task<HttpResult> WebSession::getViaCookies(std::string url, Headers headers) {
     GErrorOut err;
     GBytesPtr body(soup_session_send_and_read_finish(http, out.result.get(), err.out()));
     if (!body) throw WebError(out.timedOut ? "The request timed out" : err.message());
-    storeAnsweredCookies(msg.get());
+    co_await storeAnsweredCookies(msg.get());
     gsize size = 0;
     const auto* data = static_cast<const char*>(g_bytes_get_data(body.get(), &size));
     HttpResult r;
@@ -308,13 +308,23 @@ Task<HttpResult> WebSession::getViaCookies(std::string url, Headers headers) {
     co_return r;
 }
 
-void WebSession::storeAnsweredCookies(SoupMessage* msg) {
-    // A service may rotate its session cookie in any answer; keep the new one for the page too.
+Task<void> WebSession::storeAnsweredCookies(SoupMessage* msg) {
+    // A service may rotate its session cookie in any answer; keep the new one for the page too, and
+    // wait until the store has it, so the next request from the page does not carry the old one.
     GSList* answered = soup_cookies_from_response(msg);
+    std::vector<CookiePtr> cookies;
     for (GSList* l = answered; l; l = l->next)
-        webkit_cookie_manager_add_cookie(context_.cookies(), static_cast<SoupCookie*>(l->data), nullptr,
-                                         nullptr, nullptr);
-    soup_cookies_free(answered);
+        cookies.emplace_back(static_cast<SoupCookie*>(l->data));
+    g_slist_free(answered);
+    WebKitCookieManager* manager = context_.cookies();
+    for (const CookiePtr& cookie : cookies) {
+        auto added = co_await boundedCall(
+            [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+                webkit_cookie_manager_add_cookie(manager, cookie.get(), c, cb, ud);
+            },
+            cookieStoreTimeout);
+        if (added.result) webkit_cookie_manager_add_cookie_finish(manager, added.result.get(), nullptr);
+    }
 }
 
 Task<void> WebSession::logOut() {

@@ -75,7 +75,7 @@ class WebSession final : public WebClient {
     };
     using CookiePtr = std::unique_ptr<SoupCookie, CookieDeleter>;
     Task<std::vector<CookiePtr>> allCookies();
-    void storeAnsweredCookies(SoupMessage* msg);
+    Task<void> storeAnsweredCookies(SoupMessage* msg);
     static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self);
     static void onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason reason,
                                        gpointer self);

@@ -36,9 +36,14 @@ class PanelWindowTest : public ::testing::Test {
         // The X server tells GTK in its own time (a window can still read as active from before
         // the last change), and without a window manager another client of the same display may
         // take the focus meanwhile: always ask, and ask again until it holds (bounded).
+        // Focusing a window the server has not made viewable yet is a BadMatch: wait for the map, and
+        // let a refused request count as one more try.
+        runLoopUntil([&] { return w.get_mapped(); }, std::chrono::seconds(5));
         for (int attempt = 0; attempt < 10; ++attempt) {
+            gdk_x11_display_error_trap_push(gdk_surface_get_display(surface));
             XSetInputFocus(display, gdk_x11_surface_get_xid(surface), RevertToParent, CurrentTime);
             XFlush(display);
+            gdk_x11_display_error_trap_pop_ignored(gdk_surface_get_display(surface));
             if (!runLoopUntil([&] { return w.is_active(); }, std::chrono::milliseconds(500))) continue;
             settle();
             if (w.is_active()) return;
