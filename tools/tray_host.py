@@ -243,7 +243,7 @@ def probe(rows, expected, dark):
     """None when the strip shows one drawn item per expected level, else what is wrong."""
     palette = set(LEVEL_COLOURS[dark].values())
     side = len(rows)
-    enough = max(12, side * side // 20)  # a drawn badge covers far more; a stray edge pixel far less
+    enough = max(12, side * side // 32)  # a drawn badge, even one digit, covers more; stray edges far less
     items = find_items(rows, palette)
     seen = []
     for x0, x1, counts in items:
