@@ -10,6 +10,7 @@ build_pkgs=(g++ cmake ninja-build pkg-config ccache
             libqrcodegencpp-dev libicu-dev libsqlite3-dev libgtest-dev libx11-dev
             glib-networking librsvg2-common librsvg2-bin adwaita-icon-theme fonts-dejavu-core dbus-bin)
 test_pkgs=(xvfb xauth dbus-daemon zbar-tools imagemagick locales python3 appstream desktop-file-utils
+           xfce4-panel xfwm4 xfconf dunst x11-utils
            clang-format)
 package_pkgs=(dpkg-dev file lintian)
 

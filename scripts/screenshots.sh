@@ -2,7 +2,9 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Builds Ostrel and photographs its panel for the software centres: runs the demo on a virtual
 # display with a private session bus, opens the panel (by starting the demo a second time) and
-# saves it in the light and the dark style as panel-light.png and panel-dark.png.
+# saves it in the light and the dark style as panel-light.png and panel-dark.png. Then photographs the
+# tray in a real tray host (xfce4-panel): tray-dark.png and tray-light.png with one item per service,
+# tray-label.png with the single wide label.
 #   scripts/screenshots.sh [OUTPUT_FOLDER]     (default: build/screenshots)
 # OSTREL_BUILD_DIR names another build folder to use (one already configured is used as it is).
 set -euo pipefail
@@ -66,3 +68,6 @@ shoot() {
 
 shoot light Adwaita
 shoot dark Adwaita:dark
+
+# The host brings its own display and bus.
+python3 tools/tray_host.py --app "$app" --out "$out" --scenes dark,light,label
