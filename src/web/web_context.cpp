@@ -8,6 +8,28 @@
 namespace ostrel {
 
 namespace {
+// One store call's answer on its way back: the session is held until the call has let go of the
+// store object that answered.
+struct StoreAnswer {
+    GObjectPtr<WebKitNetworkSession> network;
+    GAsyncReadyCallback callback;
+    gpointer data;
+
+    static void ready(GObject* source, GAsyncResult* result, gpointer self) {
+        const std::unique_ptr<StoreAnswer> answer(static_cast<StoreAnswer*>(self));
+        answer->callback(source, result, answer->data);
+        // The engine drops its own reference to the store only after this callback returns; let go
+        // of the session from an idle, after that.
+        auto held = std::make_unique<GObjectPtr<WebKitNetworkSession>>(std::move(answer->network));
+        g_idle_add_full(
+            G_PRIORITY_LOW, [](gpointer) { return G_SOURCE_REMOVE; }, held.release(),
+            [](gpointer p) {
+                std::unique_ptr<GObjectPtr<WebKitNetworkSession>>(
+                    static_cast<GObjectPtr<WebKitNetworkSession>*>(p));
+            });
+    }
+};
+
 void makePrivateDir(const std::string& path) {
     if (g_mkdir_with_parents(path.c_str(), 0700) != 0)
         log("Could not create " + path + "; logins will not be kept");
@@ -47,14 +69,21 @@ WebContext::~WebContext() {
     g_weak_ref_clear(&firstView_);
 }
 
+BoundedCall::Start WebContext::storeCall(BoundedCall::Start start) const {
+    return
+        [network = network_, start = std::move(start)](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+            auto answer = std::make_unique<StoreAnswer>(StoreAnswer{network, cb, ud});
+            start(c, &StoreAnswer::ready, answer.release());
+        };
+}
+
 Task<void> WebContext::addCookie(std::string name, std::string value, std::string host, int maxAgeSeconds) {
     SoupCookie* cookie = soup_cookie_new(name.c_str(), value.c_str(), host.c_str(), "/", maxAgeSeconds);
     WebKitCookieManager* manager = cookies();
-    auto out = co_await boundedCall(
-        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
-            webkit_cookie_manager_add_cookie(manager, cookie, c, cb, ud);
-        },
-        std::chrono::seconds(15));
+    auto out = co_await boundedCall(storeCall([&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+                                        webkit_cookie_manager_add_cookie(manager, cookie, c, cb, ud);
+                                    }),
+                                    std::chrono::seconds(15));
     webkit_cookie_manager_add_cookie_finish(manager, out.result.get(), nullptr);
     soup_cookie_free(cookie);
 }

@@ -3,6 +3,7 @@
 // $XDG_DATA_HOME/ostrel/web, cache under $XDG_CACHE_HOME/ostrel/web, folders mode 0700), and the
 // HTTP session of the direct route. Created once per run, after GTK is initialised.
 
+#include "async/bounded_call.h"
 #include "async/task.h"
 #include "base/gobject_ptr.h"
 
@@ -38,6 +39,12 @@ class WebContext {
     void noteView(WebKitWebView* view) {
         if (!firstView()) g_weak_ref_set(&firstView_, view);
     }
+
+    // Wraps the start of a call on the cookie or website-data store so that the network session
+    // outlives the call's answer. The engine's store objects crash when the last reference to one
+    // goes after the session, and a cancelled call still answers later, when its owner (and maybe
+    // this context) is gone.
+    BoundedCall::Start storeCall(BoundedCall::Start start) const;
 
     // Stores a cookie for `host` in the persistent store, as the service setting it would.
     Task<void> addCookie(std::string name, std::string value, std::string host,

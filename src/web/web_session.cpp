@@ -238,8 +238,9 @@ Task<HttpResult> WebSession::getViaPage(std::string url, Headers headers) {
 Task<std::vector<WebSession::CookiePtr>> WebSession::allCookies() {
     WebKitCookieManager* manager = context_.cookies();
     auto listed =
-        co_await boundedCall([&](GCancellable* c, GAsyncReadyCallback cb,
-                                 gpointer ud) { webkit_cookie_manager_get_all_cookies(manager, c, cb, ud); },
+        co_await boundedCall(context_.storeCall([&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+            webkit_cookie_manager_get_all_cookies(manager, c, cb, ud);
+        }),
                              cookieStoreTimeout);
     GErrorOut err;
     GList* list = webkit_cookie_manager_get_all_cookies_finish(manager, listed.result.get(), err.out());
@@ -319,9 +320,9 @@ Task<void> WebSession::storeAnsweredCookies(SoupMessage* msg) {
     WebKitCookieManager* manager = context_.cookies();
     for (const CookiePtr& cookie : cookies) {
         auto added = co_await boundedCall(
-            [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+            context_.storeCall([&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
                 webkit_cookie_manager_add_cookie(manager, cookie.get(), c, cb, ud);
-            },
+            }),
             cookieStoreTimeout);
         if (added.result) webkit_cookie_manager_add_cookie_finish(manager, added.result.get(), nullptr);
     }
@@ -329,11 +330,11 @@ Task<void> WebSession::storeAnsweredCookies(SoupMessage* msg) {
 
 Task<void> WebSession::logOut() {
     WebKitWebsiteDataManager* manager = context_.dataManager();
-    auto fetched = co_await boundedCall(
-        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+    auto fetched =
+        co_await boundedCall(context_.storeCall([&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
             webkit_website_data_manager_fetch(manager, WEBKIT_WEBSITE_DATA_ALL, c, cb, ud);
-        },
-        dataStoreTimeout);
+        }),
+                             dataStoreTimeout);
     GList* records = webkit_website_data_manager_fetch_finish(manager, fetched.result.get(), nullptr);
 
     GList* kept = nullptr;
@@ -351,9 +352,9 @@ Task<void> WebSession::logOut() {
     }
     if (kept) {
         auto removed = co_await boundedCall(
-            [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
+            context_.storeCall([&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
                 webkit_website_data_manager_remove(manager, WEBKIT_WEBSITE_DATA_ALL, kept, c, cb, ud);
-            },
+            }),
             dataStoreTimeout);
         webkit_website_data_manager_remove_finish(manager, removed.result.get(), nullptr);
     }
