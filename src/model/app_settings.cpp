@@ -15,6 +15,24 @@ void warn(const std::string& text) {
 }
 } // namespace
 
+std::string_view rawValue(TrayLayout layout) {
+    switch (layout) {
+    case TrayLayout::automatic:
+        return "automatic";
+    case TrayLayout::label:
+        return "label";
+    case TrayLayout::perService:
+        return "perService";
+    }
+    return "";
+}
+
+std::optional<TrayLayout> trayLayoutFromRaw(std::string_view raw) {
+    for (TrayLayout l : {TrayLayout::automatic, TrayLayout::label, TrayLayout::perService})
+        if (rawValue(l) == raw) return l;
+    return std::nullopt;
+}
+
 std::string defaultSettingsPath() {
     GCharPtr p(g_build_filename(g_get_user_config_dir(), "ostrel", "settings.ini", nullptr));
     return p.get();
@@ -42,6 +60,8 @@ void AppSettings::load() {
     resetTimeShown_ = loadSet(resetTimeKey, {ProviderID::claude});
     GCharPtr selected(g_key_file_get_string(file_.get(), group, selectedProviderKey, nullptr));
     selectedProvider_ = selected ? selected.get() : "claude";
+    GCharPtr layout(g_key_file_get_string(file_.get(), group, trayLayoutKey, nullptr));
+    trayLayout_ = (layout ? trayLayoutFromRaw(layout.get()) : std::nullopt).value_or(TrayLayout::automatic);
 }
 
 ProviderSet AppSettings::loadSet(const char* key, ProviderSet fallback) const {
@@ -109,6 +129,13 @@ void AppSettings::setResetTimeShown(ProviderSet set) {
 void AppSettings::setSelectedProvider(std::string raw) {
     selectedProvider_ = std::move(raw);
     g_key_file_set_string(file_.get(), group, selectedProviderKey, selectedProvider_.c_str());
+    write();
+    changed.emit();
+}
+
+void AppSettings::setTrayLayout(TrayLayout layout) {
+    trayLayout_ = layout;
+    g_key_file_set_string(file_.get(), group, trayLayoutKey, std::string(rawValue(layout)).c_str());
     write();
     changed.emit();
 }

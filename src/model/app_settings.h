@@ -7,13 +7,21 @@
 #include "base/gobject_ptr.h"
 #include "base/usage.h"
 
+#include <optional>
 #include <set>
 #include <sigc++/signal.h>
 #include <string>
+#include <string_view>
 
 namespace ostrel {
 
 using ProviderSet = std::set<ProviderID>;
+
+// How the tray shows the services: as the host suits (automatic), as one wide label, or as one
+// square item per service.
+enum class TrayLayout { automatic, label, perService };
+std::string_view rawValue(TrayLayout layout);
+std::optional<TrayLayout> trayLayoutFromRaw(std::string_view raw);
 
 class AppSettings {
   public:
@@ -21,6 +29,7 @@ class AppSettings {
     static constexpr const char* enabledKey = "enabledProviders";
     static constexpr const char* resetTimeKey = "resetTimeProviders";
     static constexpr const char* selectedProviderKey = "selectedProvider";
+    static constexpr const char* trayLayoutKey = "trayItems";
 
     // Loads from the default location.
     AppSettings();
@@ -34,11 +43,13 @@ class AppSettings {
     const ProviderSet& resetTimeShown() const { return resetTimeShown_; }
     // Raw value of the panel's chosen tab; not validated here (the panel falls back itself).
     const std::string& selectedProvider() const { return selectedProvider_; }
+    TrayLayout trayLayout() const { return trayLayout_; }
 
     void setTheme(GaugeTheme theme);
     void setEnabled(ProviderSet set);
     void setResetTimeShown(ProviderSet set);
     void setSelectedProvider(std::string raw);
+    void setTrayLayout(TrayLayout layout);
 
     // The boolean views the settings screen binds its switches to.
     bool isEnabled(ProviderID id) const { return enabled_.contains(id); }
@@ -66,6 +77,7 @@ class AppSettings {
     ProviderSet enabled_;
     ProviderSet resetTimeShown_;
     std::string selectedProvider_;
+    TrayLayout trayLayout_ = TrayLayout::automatic;
 };
 
 std::string defaultSettingsPath();

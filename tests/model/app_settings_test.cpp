@@ -45,8 +45,11 @@ TEST(AppSettings, StoredValuesLoadWithUnknownNamesDroppedAndEmptyListsKept) {
     EXPECT_TRUE(s.resetTimeShown().empty()) << "a stored empty list is not the default";
     EXPECT_EQ(s.selectedProvider(), "codex");
 
-    store(dir, "[Ostrel]\ngaugeTheme=theme2\n");
+    EXPECT_EQ(s.trayLayout(), TrayLayout::automatic);
+
+    store(dir, "[Ostrel]\ngaugeTheme=theme2\ntrayItems=label\n");
     EXPECT_EQ(AppSettings(settingsFile(dir)).theme(), GaugeTheme::glass) << "an unknown theme";
+    EXPECT_EQ(AppSettings(settingsFile(dir)).trayLayout(), TrayLayout::label);
 }
 
 TEST(AppSettings, EveryAssignmentIsSavedAtOnceAndSignalled) {
@@ -63,7 +66,8 @@ TEST(AppSettings, EveryAssignmentIsSavedAtOnceAndSignalled) {
         s.setTheme(GaugeTheme::hearts);
         s.setResetTimeShown(ProviderID::codex, true);
         s.setSelectedProvider("cursor");
-        EXPECT_EQ(changes, 4);
+        s.setTrayLayout(TrayLayout::perService);
+        EXPECT_EQ(changes, 5);
         EXPECT_EQ(enabledChanges, 1);
         s.setEnabled({});
     }
@@ -72,6 +76,7 @@ TEST(AppSettings, EveryAssignmentIsSavedAtOnceAndSignalled) {
     EXPECT_TRUE(again.enabled().empty()) << "all services may be off";
     EXPECT_EQ(again.resetTimeShown(), (ProviderSet{ProviderID::claude, ProviderID::codex}));
     EXPECT_EQ(again.selectedProvider(), "cursor");
+    EXPECT_EQ(again.trayLayout(), TrayLayout::perService);
     struct stat st {};
     ASSERT_EQ(stat(path.c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600u);
