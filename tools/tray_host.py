@@ -286,7 +286,6 @@ def run_scene(session, args, scene, height):
     env = dict(session.env, OSTREL_TRAY_STYLE="dark" if dark else "light")
     if items == "label":
         env["OSTREL_TRAY_ITEMS"] = "label"
-    env.setdefault("OSTREL_TRAY_ITEMS", "per-service")  # until Ostrel picks per-service items on Xfce itself
     app = session.start(f"ostrel-{scene}", [args.app, "--demo"], env=env)
     try:
         def ours():

@@ -7,10 +7,8 @@
 #include "app/demo.h"
 #include "app/status_service.h"
 #include "async/task_group.h"
-#include "tray/service_tray_items.h"
 #include "tray/tray_appearance.h"
-#include "tray/tray_item.h"
-#include "tray/tray_presenter.h"
+#include "tray/tray_controller.h"
 
 #include <gtkmm/application.h>
 #include <memory>
@@ -26,6 +24,9 @@ class OstrelApp : public Gtk::Application {
 
     // Opens the panel near (x, y) on screen, or where the desktop puts it when unknown.
     void openPanel(std::optional<std::pair<int, int>> near = std::nullopt);
+    // A click on a tray item: opens the panel on `service`'s tab ("" keeps the tab), or closes it
+    // when it already shows that tab.
+    void togglePanel(const std::string& service, std::optional<std::pair<int, int>> near);
 
   protected:
     explicit OstrelApp(bool demo);
@@ -44,9 +45,7 @@ class OstrelApp : public Gtk::Application {
     std::unique_ptr<AppCore> core_;
     std::unique_ptr<StatusService> status_; // the status for bars and scripts, on the app's bus
     std::unique_ptr<TrayAppearance> appearance_;
-    std::unique_ptr<TrayItem> tray_;
-    std::unique_ptr<TrayPresenter> presenter_;
-    std::unique_ptr<ServiceTrayItems> serviceItems_; // instead of the two above, one item per service
+    std::unique_ptr<TrayController> tray_;
     std::unique_ptr<PanelWindow> panel_;
     TaskGroup tasks_; // the start-up (demo log-in, then the model's cycle)
 };

@@ -4,11 +4,12 @@
 #include "support/private_bus.h"
 #include "support/test_env.h"
 #include "tray/service_tray_items.h"
+#include "tray/tray_controller.h"
 #include "tray/tray_label.h"
 
 #include <algorithm>
-#include <glib/gstdio.h>
 #include <gtest/gtest.h>
+#include <tuple>
 #include <vector>
 
 using namespace ostrel;
@@ -69,26 +70,37 @@ TEST(ServiceBadge, TheDigitsAreTallEnoughToReadAndFollowTheNumber) {
     CairoSurfacePtr a42 = renderServiceBadge(ProviderID::claude, 42, UsageLevel::medium, true, 22);
     CairoSurfacePtr a87 = renderServiceBadge(ProviderID::claude, 87, UsageLevel::medium, true, 22);
     EXPECT_NE(bytes(a42.get()), bytes(a87.get())) << "the number is drawn, not a fixed picture";
+}
 
-    // Every size a host may pick, on a dark and a light bar, for reviewers.
-    CairoSurfacePtr sheet(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 170, 100));
-    const CairoPtr cr(cairo_create(sheet.get()));
-    for (bool dark : {true, false}) {
-        const double y = dark ? 0 : 50, shade = dark ? 0.13 : 0.94;
-        cairo_set_source_rgb(cr.get(), shade, shade, shade);
-        cairo_rectangle(cr.get(), 0, y, 170, 50);
-        cairo_fill(cr.get());
-        double x = 4;
-        for (const auto& [px, left] : {std::pair{16, 42.0}, {22, 100.0}, {24, 8.0}, {32, 42.0}, {44, 42.0}}) {
-            cairo_set_source_surface(
-                cr.get(), renderServiceBadge(ProviderID::claude, left, UsageLevel::low, dark, px).get(), x,
-                y + 3);
-            cairo_paint(cr.get());
-            x += px + 4;
-        }
-    }
-    const std::string dir = std::string(OSTREL_BUILD_DIR) + "/screenshots/tray";
-    g_mkdir_with_parents(dir.c_str(), 0755);
-    EXPECT_EQ(cairo_surface_write_to_png(sheet.get(), (dir + "/service-badges.png").c_str()),
-              CAIRO_STATUS_SUCCESS);
+TEST(TrayController, FollowsTheSettingTheOverrideAndTheHostWithoutARestart) {
+    using enum TrayLayout;
+    constexpr TrayShape wide = TrayShape::label, squares = TrayShape::perService;
+    const std::tuple<TrayLayout, const char*, const char*, TrayShape> choices[] = {
+        {automatic, "", "waybar", wide},
+        {automatic, "", "gnome-shell", wide},
+        {automatic, "", "xfce4-panel", squares},
+        {automatic, "", "plasmashell", squares},
+        {automatic, "", "", squares},
+        {automatic, "odd", "waybar", wide},
+        {label, "", "xfce4-panel", wide},
+        {perService, "", "waybar", squares},
+        {automatic, "label", "plasmashell", wide},
+        {label, "per-service", "waybar", squares}};
+    for (const auto& [setting, override, host, want] : choices)
+        EXPECT_EQ(chooseTrayShape(setting, override, host), want) << override << " " << host;
+
+    PrivateBus bus;
+    auto app = bus.connect(), host = bus.connect();
+    fake::FakeTrayWatcher watcher(host.get());
+    ASSERT_TRUE(runLoopUntil([&] { return watcher.owned(); }, 5s));
+    ScriptedModel m;
+    for (ProviderID id : {ProviderID::claude, ProviderID::codex})
+        m.succeed(id, m.snapshot(m.limit("main", 25)));
+    TrayController tray(*m.model, app.get(), nullptr);
+    // The watcher is this test program: a host with no known name gets one item per service.
+    ASSERT_TRUE(runLoopUntil([&] { return watcher.registrations().size() == 2; }, 5s));
+    EXPECT_EQ(tray.shape(), squares);
+    m.settings.setTrayLayout(label);
+    ASSERT_TRUE(runLoopUntil([&] { return watcher.registrations().size() == 3; }, 5s));
+    EXPECT_EQ(tray.shape(), wide);
 }

@@ -1,0 +1,47 @@
+#include "tray/tray_controller.h"
+
+#include "base/log.h"
+
+#include <glib.h>
+
+namespace ostrel {
+
+TrayController::TrayController(UsageModel& model, GDBusConnection* bus, GActionGroup* actions)
+    : model_(model), bus_(bus), actions_(actions),
+      override_(g_getenv("OSTREL_TRAY_ITEMS") ? g_getenv("OSTREL_TRAY_ITEMS") : ""), host_(bus) {
+    settingsChanged_ = model_.settings().changed.connect([this] { apply(); });
+    hostChanged_ = host_.changed.connect([this] { apply(); });
+    apply();
+}
+
+TrayController::~TrayController() {
+    settingsChanged_.disconnect();
+    hostChanged_.disconnect();
+}
+
+void TrayController::apply() {
+    // Automatic waits for the host's name (a bounded look-up), so a label host never sees the
+    // square items come and go at start.
+    const bool hostMatters = model_.settings().trayLayout() == TrayLayout::automatic &&
+                             override_ != "label" && override_ != "per-service";
+    if (hostMatters && !host_.settled() && !shape_) return;
+    const TrayShape shape = chooseTrayShape(model_.settings().trayLayout(), override_, host_.name());
+    if (shape_ == shape) return;
+    // The old items leave the bus before the new ones take their names.
+    services_.reset();
+    presenter_.reset();
+    label_.reset();
+    shape_ = shape;
+    if (shape == TrayShape::perService) {
+        GDBusConnection* bus = bus_;
+        GActionGroup* actions = actions_;
+        services_ = std::make_unique<ServiceTrayItems>(
+            model_, [bus, actions](int index) { return std::make_unique<TrayItem>(bus, actions, index); });
+    } else {
+        label_ = std::make_unique<TrayItem>(bus_, actions_);
+        presenter_ = std::make_unique<TrayPresenter>(model_, *label_);
+    }
+    log(std::string("Tray: ") + (shape == TrayShape::label ? "one label" : "one item per service"));
+}
+
+} // namespace ostrel
