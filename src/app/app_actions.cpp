@@ -3,8 +3,9 @@
 //   app.quit           ends the run ("Quit Ostrel", Ctrl+Q on the settings screen, the tray menu)
 //   app.refresh        refreshes every active service ("Refresh", Ctrl+R on the settings screen)
 //   app.open-panel     opens the panel where the desktop puts it
-//   app.open-panel-at  (ii): opens it by the tray click at that screen position; 0, 0 when the
-//                      host did not say, which opens it as app.open-panel does
+//   app.toggle-panel-at (sii): a tray item's click: the item's service ("" for none) and the
+//                      click's screen position (0, 0 when the host did not say); opens the panel
+//                      on that service's tab by the click, or closes it when it shows that tab
 #include "app/ostrel_app.h"
 
 #include <tuple>
@@ -18,13 +19,13 @@ void OstrelApp::addActions() {
     });
     add_action("open-panel", [this] { openPanel(); });
     add_action_with_parameter(
-        "open-panel-at", Glib::VariantType("(ii)"), [this](const Glib::VariantBase& where) {
-            const auto [x, y] =
-                Glib::VariantBase::cast_dynamic<Glib::Variant<std::tuple<int, int>>>(where).get();
-            if (x == 0 && y == 0)
-                openPanel();
-            else
-                openPanel(std::pair{x, y});
+        "toggle-panel-at", Glib::VariantType("(sii)"), [this](const Glib::VariantBase& click) {
+            const auto [service, x, y] =
+                Glib::VariantBase::cast_dynamic<Glib::Variant<std::tuple<Glib::ustring, int, int>>>(click)
+                    .get();
+            std::optional<std::pair<int, int>> near;
+            if (x != 0 || y != 0) near = std::pair{x, y};
+            togglePanel(service, near);
         });
 }
 

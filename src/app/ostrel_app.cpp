@@ -81,15 +81,7 @@ void OstrelApp::on_startup() {
     add_window(*panel_);
 
     // The tray's clicks and menu go through the same actions as the panel's buttons.
-    GActionGroup* actions = G_ACTION_GROUP(gobj());
-    const char* style = g_getenv("OSTREL_TRAY_ITEMS");
-    if (style && std::strcmp(style, "per-service") == 0) {
-        serviceItems_ = std::make_unique<ServiceTrayItems>(
-            model, [bus, actions](int index) { return std::make_unique<TrayItem>(bus, actions, index); });
-    } else {
-        tray_ = std::make_unique<TrayItem>(bus, actions);
-        presenter_ = std::make_unique<TrayPresenter>(model, *tray_);
-    }
+    tray_ = std::make_unique<TrayController>(model, bus, G_ACTION_GROUP(gobj()));
 
     // Ctrl+C and a polite kill end the run cleanly (the demo removes its folder).
     auto onSignal = [](gpointer self) -> gboolean {
@@ -112,11 +104,26 @@ void OstrelApp::openPanel(std::optional<std::pair<int, int>> near) {
     if (panel_) panel_->popup(near);
 }
 
+void OstrelApp::togglePanel(const std::string& service, std::optional<std::pair<int, int>> near) {
+    if (!panel_ || !core_) return;
+    AppSettings& settings = core_->model().settings();
+    const bool sameTab = service.empty() || service == settings.selectedProvider();
+    // A click on the item while the panel is open first takes the focus away, which hides the
+    // panel; the click itself then arrives. That was the closing click.
+    if ((panel_->get_visible() || panel_->hidByFocusLossJustNow()) && sameTab) {
+        panel_->hide();
+        return;
+    }
+    if (!service.empty()) settings.setSelectedProvider(service);
+    if (panel_->get_visible())
+        panel_->view().setScreen(PanelScreen::main); // another service's item: its tab, at once
+    else
+        panel_->popup(near);
+}
+
 void OstrelApp::on_shutdown() {
     // Leave the tray at once; the rest goes with the application object, after the main loop has
     // stopped, so a refresh still under way can never resume into a torn-down session.
-    serviceItems_.reset();
-    presenter_.reset();
     tray_.reset();
     if (panel_) remove_window(*panel_);
     Gtk::Application::on_shutdown();

@@ -28,6 +28,7 @@ void ServiceTrayItems::update() {
         std::vector<TrayPixmap> icon;
         for (int px : {22, 44})
             icon.push_back(TrayPixmap::fromSurface(renderPlainIcon(px, dark).get()));
+        items_[0]->setService("");
         items_[0]->update(std::move(icon), "Ostrel", "");
         return;
     }
@@ -40,6 +41,7 @@ void ServiceTrayItems::update() {
         for (int px : {16, 22, 24, 32, 44, 64})
             badge.push_back(
                 TrayPixmap::fromSurface(renderServiceBadge(item.id, left, item.level, dark, px).get()));
+        items_[i]->setService(std::string(rawValue(item.id)));
         items_[i]->update(std::move(badge), spokenText(item), item.text);
     }
 }

@@ -153,8 +153,10 @@ void TrayItem::onMethod(GDBusConnection*, const char*, const char*, const char*,
     // Answer first (that ends `params`): opening the panel may take a while, and the host waits.
     g_dbus_method_invocation_return_value(invocation, nullptr);
     if (activate) {
-        const GObjectPtr<GActionGroup> actions = static_cast<TrayItem*>(self)->actions_; // may outlive us
-        activateTrayAction(actions.get(), "open-panel-at", g_variant_new("(ii)", x, y));
+        auto* item = static_cast<TrayItem*>(self);
+        const GObjectPtr<GActionGroup> actions = item->actions_; // may outlive us
+        activateTrayAction(actions.get(), "toggle-panel-at",
+                           g_variant_new("(sii)", item->service_.c_str(), x, y));
     }
     // The context menu is served through the exported menu; scrolling does nothing.
 }

@@ -2,8 +2,8 @@
 // The tray item: a StatusNotifierItem exported on the session bus with its menu (TrayMenu),
 // registered with the desktop's StatusNotifierWatcher, and registered again whenever a watcher
 // appears. Without a watcher the app keeps running; it says so once. A click on the item activates
-// the application's action "open-panel-at" with the click's screen position, "(ii)" (0, 0 when the
-// host gave none).
+// the application's action "toggle-panel-at" with the item's service and the click's screen
+// position, "(sii)" ("" for the plain item; 0, 0 when the host gave no position).
 
 #include "base/gobject_ptr.h"
 #include "tray/tray_menu.h"
@@ -29,6 +29,9 @@ class TrayItem {
 
     // Replaces what the item shows and tells the host.
     void update(std::vector<TrayPixmap> pixmaps, std::string title, std::string label);
+
+    // The service whose tab a click opens ("" for none).
+    void setService(std::string service) { service_ = std::move(service); }
 
     bool registered() const { return registered_; }
     const std::string& busName() const { return busName_; }
@@ -59,6 +62,7 @@ class TrayItem {
     std::vector<TrayPixmap> pixmaps_;
     std::string title_ = "Ostrel";
     std::string label_;
+    std::string service_;
     int index_ = 1;
 };
 

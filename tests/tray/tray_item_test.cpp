@@ -31,9 +31,9 @@ Task<GVariantPtr> hostCall(GDBusConnection* host, std::string name, const char* 
 class RecordedActions {
   public:
     RecordedActions() {
-        for (const char* name : {"open-panel", "open-panel-at", "refresh", "quit"}) {
-            const bool at = std::string(name) == "open-panel-at";
-            auto action = adopt(g_simple_action_new(name, at ? G_VARIANT_TYPE("(ii)") : nullptr));
+        for (const char* name : {"open-panel", "toggle-panel-at", "refresh", "quit"}) {
+            const bool at = std::string(name) == "toggle-panel-at";
+            auto action = adopt(g_simple_action_new(name, at ? G_VARIANT_TYPE("(sii)") : nullptr));
             g_signal_connect(action.get(), "activate", G_CALLBACK(&RecordedActions::onActivate), this);
             g_action_map_add_action(G_ACTION_MAP(group_.get()), G_ACTION(action.get()));
         }
@@ -128,7 +128,7 @@ TEST(TrayItem, RegistersWithLateAndRestartedWatchersServesItsPropertiesAndRunsTh
         g_variant_builder_add(&events, "(isvu)", id, type, g_variant_new_int32(0), 0u);
     ASSERT_TRUE(call("/Menu", "com.canonical.dbusmenu", "EventGroup", g_variant_new("(a(isvu))", &events)));
     EXPECT_EQ(actions.fired,
-              (std::vector<std::string>{"open-panel-at(100, 20)", "refresh", "open-panel", "quit"}));
+              (std::vector<std::string>{"toggle-panel-at('', 100, 20)", "refresh", "open-panel", "quit"}));
 
     // The tray host restarts: the item registers with the new watcher, and says nothing more.
     watcher.reset();

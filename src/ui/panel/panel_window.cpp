@@ -35,6 +35,7 @@ PanelWindow::PanelWindow(UsageModel& model, std::string feedbackEndpoint)
         if (is_active()) {
             wasActive_ = true;
         } else if (wasActive_ && hidesOnFocusLoss_ && get_visible()) {
+            focusLostAt_ = g_get_monotonic_time();
             hide();
         }
     });
@@ -67,11 +68,10 @@ void PanelWindow::popup(Pointer nearPointer) {
     present();
 }
 
-void PanelWindow::toggle(Pointer nearPointer) {
-    if (get_visible())
-        hide();
-    else
-        popup(nearPointer);
+bool PanelWindow::hidByFocusLossJustNow() const {
+    // Long enough for a host to pass the click on over the bus, short enough not to swallow the
+    // next deliberate click.
+    return focusLostAt_ != 0 && g_get_monotonic_time() - focusLostAt_ < 400 * G_TIME_SPAN_MILLISECOND;
 }
 
 void PanelWindow::placeAfterMapping() {

@@ -27,8 +27,9 @@ class PanelWindow : public Gtk::Window {
     // Shows the panel; on X11 next to `nearPointer` when given. On Wayland a toplevel cannot be
     // placed, so it is only presented.
     void popup(Pointer nearPointer = std::nullopt);
-    // Hides a shown panel, shows a hidden one.
-    void toggle(Pointer nearPointer = std::nullopt);
+    // Whether the panel hid a moment ago because the focus went elsewhere: a click on the tray
+    // item that opened it does that first, and its own activation comes just after.
+    bool hidByFocusLossJustNow() const;
 
     // A drop-down closes when the user clicks elsewhere; tests that drive the window turn it off.
     void setHidesOnFocusLoss(bool hides) { hidesOnFocusLoss_ = hides; }
@@ -46,6 +47,7 @@ class PanelWindow : public Gtk::Window {
     PanelView view_;
     bool hidesOnFocusLoss_ = true;
     bool wasActive_ = false;
+    gint64 focusLostAt_ = 0; // monotonic µs of the last hide on focus loss
     bool translucent_ = false;
     Pointer pendingPointer_;
     // The click the panel was placed by; a screen of another height is placed again, so a panel
