@@ -12,13 +12,15 @@ SettingsView::SettingsView(UsageModel& model)
     : Gtk::Box(Gtk::Orientation::VERTICAL, 12), model_(model), theme_("Theme", "win.theme"),
       autostart_(Autostart(autostartFolderFor(model.settings().path()),
                            autostartProgram(installedBinary(), runningBinary()))),
-      support_("Support Ostrel", "win.support"), feedback_("Send Feedback", "win.feedback") {
+      trayLayout_(model.settings()), support_("Support Ostrel", "win.support"),
+      feedback_("Send Feedback", "win.feedback") {
     set_name("settings");
     set_halign(Gtk::Align::FILL);
 
     theme_.set_name("theme-row");
     append(theme_);
     append(autostart_);
+    append(trayLayout_);
     append(themeDivider_);
 
     for (std::size_t i = 0; i < allProviders.size(); ++i) {
@@ -67,6 +69,7 @@ SettingsView::SettingsView(UsageModel& model)
 
 void SettingsView::update() {
     theme_.setValue(std::string(displayName(model_.settings().theme())));
+    trayLayout_.update();
     for (auto& section : sections_)
         section->update();
 }

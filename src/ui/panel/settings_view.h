@@ -10,6 +10,7 @@
 #include "ui/panel/clear_history_button.h"
 #include "ui/panel/service_section.h"
 #include "ui/panel/settings_rows.h"
+#include "ui/panel/tray_layout_row.h"
 
 #include <array>
 #include <gtkmm/box.h>
@@ -29,6 +30,7 @@ class SettingsView : public Gtk::Box {
     UsageModel& model_;
     NavigationRow theme_;
     AutostartRow autostart_;
+    TrayLayoutRow trayLayout_;
     Gtk::Separator themeDivider_;
     std::array<std::unique_ptr<ServiceSection>, 3> sections_;
     std::array<Gtk::Separator, 3> sectionDividers_;
