@@ -101,8 +101,14 @@ double GaugeView::now() const {
 void GaugeView::updateTicking() {
     const bool wanted = motionOn() && get_mapped();
     if (wanted && !tickId_) {
-        tickId_ = add_tick_callback([this](const Glib::RefPtr<Gdk::FrameClock>&) {
-            queue_draw();
+        tickId_ = add_tick_callback([this](const Glib::RefPtr<Gdk::FrameClock>& clock) {
+            // Thirty pictures a second carry the slow waves and flames as well as sixty, for half the
+            // drawing: the panel stays open for minutes, often on a software renderer.
+            const gint64 t = clock->get_frame_time();
+            if (t - lastDrawnFrame_ >= kFrameInterval) {
+                lastDrawnFrame_ = t;
+                queue_draw();
+            }
             return true;
         });
     } else if (!wanted && tickId_) {

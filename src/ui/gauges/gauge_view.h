@@ -61,6 +61,8 @@ class GaugeView : public Gtk::Widget {
     std::optional<Size> preferredSize_;
     GaugeMotion motion_;
     guint tickId_ = 0;
+    gint64 lastDrawnFrame_ = 0; // frame-clock µs of the last frame the motion was drawn in
+    static constexpr gint64 kFrameInterval = 30'000; // a little under 1/30 s, so 60 Hz frames alternate
     Glib::RefPtr<Gtk::Settings> settings_;
     sigc::connection animationsChanged_;
 };
