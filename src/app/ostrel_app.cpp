@@ -159,6 +159,11 @@ int runOstrel(int argc, char** argv) {
         }
     }
     std::setvbuf(stdout, nullptr, _IOLBF, 0); // log lines appear as they happen, even into a pipe
+    // The panel is a small card: GTK's Cairo renderer draws it for a fraction of what its GL renderer
+    // costs on the software GL most X sessions without a GPU driver have (its shader caches stayed
+    // in memory after the panel closed, and its frames took three times the CPU). A user's own
+    // choice stands.
+    g_setenv("GSK_RENDERER", "cairo", FALSE);
     auto app = OstrelApp::create(demo);
     char* appArgv[] = {argv[0], nullptr};
     return app->run(1, appArgv);
