@@ -2,9 +2,9 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Builds Ostrel and photographs its panel for the software centres: runs the demo on a virtual
 # display with a private session bus, opens the panel (by starting the demo a second time) and
-# saves it in the light and the dark style as panel-light.png and panel-dark.png. Then photographs the
-# tray in a real tray host (xfce4-panel): tray-dark.png and tray-light.png with one item per service,
-# tray-label.png with the single wide label.
+# saves it in the light and the dark style as panel-light.png and panel-dark.png, and in each other
+# gauge theme as panel-<theme>.png. Then photographs the tray in a real tray host (xfce4-panel):
+# tray-dark.png and tray-light.png with one item per service, tray-label.png with the wide label.
 #   scripts/screenshots.sh [OUTPUT_FOLDER]     (default: build/screenshots)
 # OSTREL_BUILD_DIR names another build folder to use (one already configured is used as it is).
 set -euo pipefail
@@ -37,8 +37,8 @@ panel_window() {
 }
 
 shoot() {
-  local style=$1 theme=$2
-  GTK_THEME=$theme "$app" --demo >"$log" 2>&1 &
+  local style=$1 theme=$2 gauge=${3:-theme1}
+  GTK_THEME=$theme OSTREL_DEMO_THEME=$gauge "$app" --demo >"$log" 2>&1 &
   local pid=$!
   # The demo has logged in and has numbers once every service has answered once.
   for _ in $(seq 60); do
@@ -68,6 +68,9 @@ shoot() {
 
 shoot light Adwaita
 shoot dark Adwaita:dark
+for gauge in theme3 theme4 candle hearts plant; do
+  shoot "$gauge" Adwaita "$gauge"
+done
 
 # The host brings its own display and bus.
 python3 tools/tray_host.py --app "$app" --out "$out" --scenes dark,light,label

@@ -1,6 +1,7 @@
 #include "app/demo.h"
 
 #include "async/loop.h"
+#include "base/gauge_theme_id.h"
 #include "base/log.h"
 #include "web/web_session.h"
 
@@ -49,6 +50,12 @@ Demo::Demo() : start_(std::chrono::system_clock::now()) {
     }
     GCharPtr folder(g_dir_make_tmp("ostrel-demo-XXXXXX", nullptr));
     folder_ = folder ? folder.get() : "";
+    // Photographs of the panel in each gauge theme (scripts/screenshots.sh) start the demo in it.
+    if (const char* theme = g_getenv("OSTREL_DEMO_THEME");
+        theme && gaugeThemeFromRaw(theme) && !folder_.empty()) {
+        const std::string settings = "[Ostrel]\ngaugeTheme=" + std::string(theme) + "\n";
+        g_file_set_contents((folder_ + "/settings.ini").c_str(), settings.c_str(), -1, nullptr);
+    }
     showUsageAt(0s);
     timer_ = SourceId(g_timeout_add_seconds(
         5,
