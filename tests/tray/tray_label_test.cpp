@@ -2,33 +2,11 @@
 #include "tray/tray_label.h"
 
 #include <cmath>
-#include <glib/gstdio.h>
 #include <gtest/gtest.h>
 
 using namespace ostrel;
 
 namespace {
-
-// The label over a bar of its own colour, written where reviewers look for pictures.
-std::string savePicture(const TrayLabel& label, double scale, const std::string& name) {
-    CairoSurfacePtr surface = label.render(scale);
-    if (!surface) return {};
-    const int w = cairo_image_surface_get_width(surface.get()),
-              h = cairo_image_surface_get_height(surface.get());
-    CairoSurfacePtr bar(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, w + 24, h + 12));
-    cairo_t* cr = cairo_create(bar.get());
-    const double shade = label.isDark ? 0.13 : 0.94;
-    cairo_set_source_rgb(cr, shade, shade, shade);
-    cairo_paint(cr);
-    cairo_surface_set_device_scale(surface.get(), 1, 1);
-    cairo_set_source_surface(cr, surface.get(), 12, 6);
-    cairo_paint(cr);
-    cairo_destroy(cr);
-    const std::string dir = std::string(OSTREL_BUILD_DIR) + "/screenshots/tray";
-    g_mkdir_with_parents(dir.c_str(), 0755);
-    const std::string path = dir + "/" + name + ".png";
-    return cairo_surface_write_to_png(bar.get(), path.c_str()) == CAIRO_STATUS_SUCCESS ? path : std::string();
-}
 
 // Mean colour of the opaque pixels in a column range: what the logo or the text is painted in.
 struct Ink {
@@ -72,7 +50,6 @@ TEST(TrayLabel, LogoTakesTheLevelsColourTextTheTraysContrastAndWidthTheText) {
         const Ink text = inkIn(s.get(), 40, 60);
         ASSERT_GT(text.count, 0);
         EXPECT_NEAR(text.r, dark ? 1.0 : 0.0, 0.01) << "white text on a dark bar, black on a light one";
-        EXPECT_FALSE(savePicture(label, 2.0, dark ? "label-dark" : "label-light").empty());
     }
     EXPECT_EQ(iconColor(UsageLevel::medium, true), iconColor(UsageLevel::high, true));
     EXPECT_FALSE((TrayLabel{{}, true}.render(1.0))) << "no items, no label";

@@ -1,10 +1,9 @@
+#include "base/gobject_ptr.h"
 #include "support/display.h"
-#include "ui/gauges/gauge_render.h"
 #include "ui/gauges/gauge_view.h"
 
 #include <chrono>
 #include <cmath>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <gtkmm/init.h>
 
@@ -142,22 +141,6 @@ TEST_F(GaugeViewTest, PointerAtTheRightEdgeLeansTheGaugeAndLeavingUndoesIt) {
     EXPECT_DOUBLE_EQ(leaning.offset.x, 0.05 * w);
     EXPECT_DOUBLE_EQ(leaning.offset.y, 0);
     EXPECT_DOUBLE_EQ(leaning.inputs.hover, 1);
-
-    // The widget draws itself turned: keep a picture of it for review, once a frame has been drawn.
-    const auto frameClock = view.get_frame_clock();
-    const gint64 first = frameClock->get_frame_counter();
-    ASSERT_TRUE(waitUntil([&] { return frameClock->get_frame_counter() > first + 1; }));
-    auto paintable = adopt(gtk_widget_paintable_new(view.gobj()));
-    auto snapshot = adopt(gtk_snapshot_new());
-    appendColour(snapshot.get(), {0, 0, w, h}, {0.15, 0.15, 0.17, 1});
-    gdk_paintable_snapshot(GDK_PAINTABLE(paintable.get()), GDK_SNAPSHOT(snapshot.get()), w, h);
-    RenderNodePtr node = finishSnapshot(std::move(snapshot));
-    OffscreenRenderer renderer;
-    auto texture = renderer.render(node.get(), {0, 0, w, h});
-    ASSERT_TRUE(texture);
-    const std::string dir = OSTREL_BUILD_DIR "/screenshots/gauges/";
-    std::filesystem::create_directories(dir);
-    EXPECT_TRUE(gdk_texture_save_to_png(texture.get(), (dir + "view_leaning_right.png").c_str()));
 
     emitPointer(view, "leave");
     now += 0.35;
