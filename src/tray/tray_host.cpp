@@ -37,9 +37,10 @@ Task<void> TrayHost::lookUp(TrayHost* self, std::string owner) {
     GDBusConnection* bus = self->bus_.get();
     auto out = co_await boundedCall(
         [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
-            g_dbus_connection_call(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                                   "GetConnectionUnixProcessID", g_variant_new("(s)", owner.c_str()),
-                                   G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, 5000, c, cb, ud);
+            g_dbus_connection_call(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                   "org.freedesktop.DBus", "GetConnectionUnixProcessID",
+                                   g_variant_new("(s)", owner.c_str()), G_VARIANT_TYPE("(u)"),
+                                   G_DBUS_CALL_FLAGS_NONE, 5000, c, cb, ud);
         },
         5s);
     GErrorOut err;

@@ -22,7 +22,8 @@ TrayLayoutRow::TrayLayoutRow(AppSettings& settings)
     choice_.set_valign(Gtk::Align::CENTER);
     choice_.property_selected().signal_changed().connect([this] {
         const guint i = choice_.get_selected();
-        if (!updating_ && i < layouts.size() && layouts[i] != settings_.trayLayout()) settings_.setTrayLayout(layouts[i]);
+        if (!updating_ && i < layouts.size() && layouts[i] != settings_.trayLayout())
+            settings_.setTrayLayout(layouts[i]);
     });
     append(choice_);
     update();
