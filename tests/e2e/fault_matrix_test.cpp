@@ -1,9 +1,7 @@
 #include "app_fixture.h"
 #include "web/web_session.h"
 
-#include <fstream>
 #include <functional>
-#include <glib/gstdio.h>
 
 using namespace ostrel;
 using namespace ostrel::test;
@@ -12,7 +10,7 @@ using fake::FakeAnswer;
 
 namespace {
 
-// What the user saw after one fault, for the record the suite writes for reviewers.
+// What the user saw after one fault.
 struct Seen {
     std::string fault, status, tray, notifications;
     bool numbersKept = false, cookieKept = false, recovered = false;
@@ -25,20 +23,6 @@ class FaultMatrix : public AppFixture {
         startApp();
         logInEverywhere();
     }
-    void TearDown() override {
-        // The record: one line per fault with what the user saw.
-        const std::string dir = std::string(OSTREL_BUILD_DIR) + "/e2e";
-        g_mkdir_with_parents(dir.c_str(), 0755);
-        std::ofstream out(dir + "/" + ::testing::UnitTest::GetInstance()->current_test_info()->name() +
-                          ".txt");
-        for (const Seen& s : seen_)
-            out << s.fault << "\n  status: " << s.status << "\n  tray: " << s.tray
-                << "\n  notifications: " << (s.notifications.empty() ? "none" : s.notifications)
-                << "\n  numbers kept: " << s.numbersKept << ", login kept: " << s.cookieKept
-                << ", next good answer shown: " << s.recovered << "\n";
-        AppFixture::TearDown();
-    }
-
     // Shows good numbers for Claude, applies `fault`, refreshes, records what is seen, then puts the
     // good answer back and checks the app comes back without a new login.
     Seen tryClaudeFault(const std::string& name, const FakeAnswer& fault) {
@@ -69,11 +53,8 @@ class FaultMatrix : public AppFixture {
         refresh(ProviderID::claude);
         seen.recovered =
             model().state(ProviderID::claude).status.rfind("Updated ", 0) == 0 && trayTitle() == goodTitle;
-        seen_.push_back(seen);
         return seen;
     }
-
-    std::vector<Seen> seen_;
 };
 
 FakeAnswer answerWith(std::function<void(FakeAnswer&)> f) {
@@ -203,8 +184,6 @@ TEST_F(FaultMatrix, OddNumbersAndDatesAreReadSafely) {
         EXPECT_EQ(trayTitle(), c.trayTitle) << c.name << " → " << model().state(ProviderID::claude).status;
         EXPECT_TRUE(model().isLoggedIn(ProviderID::claude)) << c.name;
         EXPECT_NE(trayLabel(), "") << c.name;
-        seen_.push_back(
-            {c.name, model().state(ProviderID::claude).status, trayTitle(), "", true, true, true});
     }
 }
 
@@ -223,8 +202,6 @@ TEST_F(FaultMatrix, TheWebProcessCrashingIsRecoveredByTheNextRefresh) {
         << model().state(ProviderID::claude).status;
     EXPECT_EQ(trayTitle(), "Claude 55% left, resets in 2h 0m");
     EXPECT_NE(log_.find("Page fetch → HTTP 200"), std::string::npos) << "the page itself came back";
-    seen_.push_back(
-        {"web process crash", model().state(ProviderID::claude).status, trayTitle(), "", true, true, true});
 }
 
 TEST_F(FaultMatrix, OtherServicesReportTheirOwnFaults) {

@@ -44,6 +44,7 @@ class Pixels {
         if (a == 0) return {0, 0, 0, 0};
         return {data_[i + 2] / 255.0 / a, data_[i + 1] / 255.0 / a, data_[i] / 255.0 / a, a};
     }
+
   private:
     int width_;
     int height_;
