@@ -1,7 +1,7 @@
 // What the panel costs: runs the demo, and prints the proportional memory of the whole process tree
 // between refreshes before the panel was ever opened, while it is open, and after it has closed,
-// and the CPU used while it is open and its gauge animates. Once with GTK's GL renderer (software GL under Xvfb) and
-// once with the renderer the app picks for itself. Run by hand on a display with a session bus:
+// and the CPU used while it is open and its gauge animates. Once with GTK's GL renderer (software GL under
+// Xvfb) and once with the renderer the app picks for itself. Run by hand on a display with a session bus:
 //   dbus-run-session -- xvfb-run -a -s -noreset build/bench/app/panel_bench [ostrel]
 #include "base/gobject_ptr.h"
 #include "proc_stats.h"
@@ -52,7 +52,8 @@ void action(GDBusConnection* bus, const char* name, GVariant* parameter) {
     g_variant_builder_init(&params, G_VARIANT_TYPE("av"));
     if (parameter) g_variant_builder_add(&params, "v", parameter);
     GVariantPtr reply(g_dbus_connection_call_sync(
-        bus, "app.ostrel.Ostrel.Demo", "/app/ostrel/Ostrel/Demo", "org.freedesktop.Application", "ActivateAction",
+        bus, "app.ostrel.Ostrel.Demo", "/app/ostrel/Ostrel/Demo", "org.freedesktop.Application",
+        "ActivateAction",
         g_variant_new("(sav@a{sv})", name, &params, g_variant_new_array(G_VARIANT_TYPE("{sv}"), nullptr, 0)),
         nullptr, G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr));
     if (!reply) std::fprintf(stderr, "the action %s did not run\n", name);
@@ -112,7 +113,8 @@ int main(int argc, char** argv) {
     for (const char* renderer : {"gl", static_cast<const char*>(nullptr)}) {
         const Figures f = measure(binary, renderer, home + "/" + (renderer ? renderer : "own"), bus.get());
         std::printf("%-26s %7.0f MB %7.0f MB %9.0f MB %10.1f %%\n",
-                    renderer ? "GTK's GL (software)" : "the app's own choice", f.before, f.open, f.after, f.cpuOpen);
+                    renderer ? "GTK's GL (software)" : "the app's own choice", f.before, f.open, f.after,
+                    f.cpuOpen);
     }
     const std::string rm = "rm -rf '" + home + "'";
     return std::system(rm.c_str()) == 0 ? 0 : 1;

@@ -14,11 +14,6 @@ namespace ostrel::test {
 
 using namespace std::chrono_literals;
 
-void setDarkStyle(bool dark) {
-    Gtk::Settings::get_default()->property_gtk_application_prefer_dark_theme() = dark;
-    settle();
-}
-
 void setAnimations(bool on) {
     Gtk::Settings::get_default()->property_gtk_enable_animations() = on;
 }

@@ -24,8 +24,7 @@
 
 namespace ostrel::test {
 
-// The desktop's light or dark style, and whether it allows animations.
-void setDarkStyle(bool dark);
+// Whether the desktop allows animations.
 void setAnimations(bool on);
 
 using PanelModel = ScriptedModel;
