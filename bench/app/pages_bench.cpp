@@ -5,6 +5,7 @@
 // requests the pages made on their own. Run by hand on a display:
 //   dbus-run-session -- xvfb-run -a -s -noreset build/bench/app/pages_bench [seconds] [ostrel]
 #include "base/gobject_ptr.h"
+#include "demo_process.h"
 #include "proc_stats.h"
 
 #include <algorithm>
@@ -38,19 +39,10 @@ struct Figures {
 
 Figures measure(const char* binary, const char* pages, int seconds, const std::string& home) {
     GObjectPtr<GSubprocessLauncher> launcher = adopt(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_NONE));
-    for (const char* var : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME"})
-        g_subprocess_launcher_setenv(launcher.get(), var, (home + "/" + pages + "/" + var).c_str(), TRUE);
-    g_subprocess_launcher_setenv(launcher.get(), "GTK_A11Y", "none", TRUE);
     g_subprocess_launcher_setenv(launcher.get(), "OSTREL_DEMO_PAGES", pages, TRUE);
     const std::string logPath = home + "/" + pages + ".log";
     g_subprocess_launcher_set_stdout_file_path(launcher.get(), logPath.c_str());
-    GErrorOut err;
-    GObjectPtr<GSubprocess> app =
-        adopt(g_subprocess_launcher_spawn(launcher.get(), err.out(), binary, "--demo", nullptr));
-    if (!app) {
-        std::fprintf(stderr, "cannot start %s: %s\n", binary, err.message().c_str());
-        std::exit(1);
-    }
+    GObjectPtr<GSubprocess> app = startDemo(launcher.get(), binary, home + "/" + pages);
     const int pid = std::atoi(g_subprocess_get_identifier(app.get()));
     runFor(20); // start, log in, the first refresh and its pages
     std::vector<int> procs = descendants(pid);

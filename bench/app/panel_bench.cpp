@@ -4,6 +4,7 @@
 // Xvfb) and once with the renderer the app picks for itself. Run by hand on a display with a session bus:
 //   dbus-run-session -- xvfb-run -a -s -noreset build/bench/app/panel_bench [ostrel]
 #include "base/gobject_ptr.h"
+#include "demo_process.h"
 #include "proc_stats.h"
 
 #include <algorithm>
@@ -66,20 +67,11 @@ struct Figures {
 Figures measure(const char* binary, const char* renderer, const std::string& home, GDBusConnection* bus) {
     GObjectPtr<GSubprocessLauncher> launcher =
         adopt(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_STDOUT_SILENCE));
-    for (const char* var : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME"})
-        g_subprocess_launcher_setenv(launcher.get(), var, (home + "/" + var).c_str(), TRUE);
-    g_subprocess_launcher_setenv(launcher.get(), "GTK_A11Y", "none", TRUE);
     if (renderer)
         g_subprocess_launcher_setenv(launcher.get(), "GSK_RENDERER", renderer, TRUE);
     else
         g_subprocess_launcher_unsetenv(launcher.get(), "GSK_RENDERER");
-    GErrorOut err;
-    GObjectPtr<GSubprocess> app =
-        adopt(g_subprocess_launcher_spawn(launcher.get(), err.out(), binary, "--demo", nullptr));
-    if (!app) {
-        std::fprintf(stderr, "cannot start %s: %s\n", binary, err.message().c_str());
-        std::exit(1);
-    }
+    GObjectPtr<GSubprocess> app = startDemo(launcher.get(), binary, home);
     const int pid = std::atoi(g_subprocess_get_identifier(app.get()));
     restingMB(pid, 20); // start, log in, the first refresh
     Figures f;
