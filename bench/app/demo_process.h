@@ -12,12 +12,14 @@
 
 namespace ostrel::bench {
 
-inline GObjectPtr<GSubprocess> startDemo(GSubprocessLauncher* launcher, const char* binary, const std::string& home) {
+inline GObjectPtr<GSubprocess> startDemo(GSubprocessLauncher* launcher, const char* binary,
+                                         const std::string& home) {
     for (const char* var : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME"})
         g_subprocess_launcher_setenv(launcher, var, (home + "/" + var).c_str(), TRUE);
     g_subprocess_launcher_setenv(launcher, "GTK_A11Y", "none", TRUE);
     GErrorOut err;
-    GObjectPtr<GSubprocess> app = adopt(g_subprocess_launcher_spawn(launcher, err.out(), binary, "--demo", nullptr));
+    GObjectPtr<GSubprocess> app =
+        adopt(g_subprocess_launcher_spawn(launcher, err.out(), binary, "--demo", nullptr));
     if (!app) {
         std::fprintf(stderr, "cannot start %s: %s\n", binary, err.message().c_str());
         std::exit(1);

@@ -45,7 +45,8 @@ TEST(LiquidLayout, TheSurfaceStandsAtTheLevelAndBubblesStayBelowIt) {
 TEST(MeterLayout, TheNeedleSweepsFromLeftThroughTopToRight) {
     const Size size{190, 150};
     for (const auto& [level, angle] : {std::pair{0.0, 150.0}, {0.5, 270.0}, {1.0, 390.0}})
-        EXPECT_DOUBLE_EQ(meterLayout({level, levelForPercentLeft(level * 100), 0, 0}, size).needleAngle, angle);
+        EXPECT_DOUBLE_EQ(meterLayout({level, levelForPercentLeft(level * 100), 0, 0}, size).needleAngle,
+                         angle);
     const MeterLayout half = meterLayout({0.5, UsageLevel::high, 0, 0}, size);
     EXPECT_NEAR(half.tipCentre.x, half.dial.centre().x, 1e-9) << "the value arc ends straight up at one half";
     EXPECT_FALSE(meterLayout({0.01, UsageLevel::low, 0, 0}, size).tipGlow);

@@ -4,9 +4,7 @@
 #include "panel_harness.h"
 #include "support/loop.h"
 #include "ui/panel/theme_picker_view.h"
-#include "ui/panel/theme_preview.h"
 
-#include <cmath>
 #include <gtest/gtest.h>
 #include <gtkmm/scale.h>
 
@@ -98,31 +96,4 @@ TEST_F(ThemePickerTest, ChoosingATileStoresTheThemeAtOnce) {
     press(picker->tile(GaugeTheme::meter));
     EXPECT_EQ(m.settings.theme(), GaugeTheme::meter) << "choosing it again changes nothing";
     EXPECT_TRUE(picker->tile(GaugeTheme::meter).selected());
-}
-
-TEST_F(ThemePickerTest, SixMiniaturesScrollInA290PointArea) {
-    open(std::nullopt);
-    host->settle();
-    EXPECT_EQ(picker->scroller().get_height(), 290);
-    auto adjustment = picker->scroller().get_vadjustment();
-    EXPECT_GT(adjustment->get_upper(), adjustment->get_page_size()) << "the last row is reached by scrolling";
-    // Each miniature is its gauge scaled evenly, at most 0.45, to fit the frame's height.
-    for (GaugeTheme theme : allGaugeThemes) {
-        const Size natural = naturalSize(theme);
-        GaugeView& gauge = picker->tile(theme).gauge();
-        const double scaleX = gauge.get_width() / natural.width, scaleY = gauge.get_height() / natural.height;
-        EXPECT_LE(gauge.get_height(), std::ceil(ThemePreview::frameHeight)) << displayName(theme);
-        EXPECT_LE(gauge.get_width(), std::ceil(0.45 * natural.width)) << displayName(theme);
-        EXPECT_NEAR(scaleX, scaleY, 0.02) << displayName(theme) << " keeps its proportions";
-    }
-    // Two columns: glass and bubble share the first row, meter starts the second.
-    auto top = [&](GaugeTheme t) {
-        double x = 0, y = 0;
-        picker->tile(t).translate_coordinates(*picker, 0, 0, x, y);
-        return std::pair{x, y};
-    };
-    EXPECT_EQ(top(GaugeTheme::glass).second, top(GaugeTheme::bubble).second);
-    EXPECT_LT(top(GaugeTheme::glass).first, top(GaugeTheme::bubble).first);
-    EXPECT_GT(top(GaugeTheme::meter).second, top(GaugeTheme::glass).second);
-    EXPECT_EQ(top(GaugeTheme::meter).first, top(GaugeTheme::glass).first);
 }
