@@ -6,8 +6,7 @@
 #include "base/usage.h"
 #include "providers/guarded_get.h"
 #include "web/domain_match.h"
-
-#include <nlohmann/json.hpp>
+#include "web/page_result.h"
 
 extern "C" GResource* ostrel_get_resource(void);
 
@@ -218,21 +217,7 @@ Task<HttpResult> WebSession::getViaPage(std::string url, Headers headers) {
     }
     if (!jsc_value_is_string(value.get())) throw WebError("Unexpected result from page");
     GCharPtr text(jsc_value_to_string(value.get()));
-    const nlohmann::json parsed = nlohmann::json::parse(text.get()); // a parse failure propagates as is
-    if (!parsed.is_object() || !parsed.contains("code") || !parsed["code"].is_number() ||
-        !parsed.contains("body") || !parsed["body"].is_string())
-        throw WebError("Unexpected result from page");
-    const int code = parsed["code"].get<int>();
-    if (code == -1) throw WebError(parsed["body"].get<std::string>());
-    HttpResult r;
-    r.code = code;
-    r.body = parsed["body"].get<std::string>();
-    // The two headers that tell a rate limit and a bot check apart (null when the answer has none).
-    if (auto it = parsed.find("retryAfter"); it != parsed.end() && it->is_string())
-        r.retryAfter = parseRetryAfter(it->get<std::string>());
-    if (auto it = parsed.find("mitigated"); it != parsed.end() && it->is_string())
-        r.challenge = it->get<std::string>() == "challenge";
-    co_return r;
+    co_return readPageResult(text.get());
 }
 
 Task<std::vector<WebSession::CookiePtr>> WebSession::allCookies() {
