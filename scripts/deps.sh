@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian/Ubuntu packages that are missing for building Ostrel, and with --test for
-# testing it, with --package for making its Debian package; with --tidy, only the clang-tidy that
-# scripts/tidy.sh runs. Uses sudo when not run as root. Safe to run again: installed packages are
-# skipped.
+# testing it, with --package for making its Debian package, with --fuzz for the clang and libFuzzer
+# that scripts/fuzz.sh builds with; with --tidy, only the clang-tidy that scripts/tidy.sh runs. Uses
+# sudo when not run as root. Safe to run again: installed packages are skipped.
 set -euo pipefail
 
 build_pkgs=(g++ cmake ninja-build pkg-config ccache
@@ -13,11 +13,13 @@ test_pkgs=(xvfb xauth dbus-daemon zbar-tools imagemagick locales python3 appstre
            xfce4-panel xfwm4 xfconf dunst x11-utils
            clang-format)
 package_pkgs=(dpkg-dev file lintian)
+fuzz_pkgs=(clang-14 libclang-rt-14-dev)
 
 pkgs=("${build_pkgs[@]}")
 case "${1:-}" in
   --test) pkgs+=("${test_pkgs[@]}") ;;
   --package) pkgs+=("${package_pkgs[@]}") ;;
+  --fuzz) pkgs+=("${fuzz_pkgs[@]}") ;;
   --tidy) pkgs=(clang-tidy-19) ;;
 esac
 
