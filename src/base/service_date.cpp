@@ -1,13 +1,26 @@
 #include "base/service_date.h"
 
 #include <chrono>
-#include <regex>
 
 namespace ostrel {
 
 std::string cutFractionToMillis(std::string_view text) {
-    static const std::regex longFraction(R"((\.\d{3})\d+)");
-    return std::regex_replace(std::string(text), longFraction, "$1");
+    // By hand, not with std::regex: the standard library's matcher recurses once per digit, and a
+    // long enough run of digits in a service's answer overflowed the stack.
+    const auto digit = [&](std::size_t i) { return i < text.size() && text[i] >= '0' && text[i] <= '9'; };
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size();) {
+        if (text[i] == '.' && digit(i + 1) && digit(i + 2) && digit(i + 3) && digit(i + 4)) {
+            out.append(text.substr(i, 4));
+            i += 4;
+            while (digit(i))
+                ++i;
+        } else {
+            out += text[i++];
+        }
+    }
+    return out;
 }
 
 namespace {
