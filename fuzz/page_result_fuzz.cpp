@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What the page-fetch script hands back, and the Retry-After value inside it read on its own.
+// What the page-fetch script hands back, judged as a bot check or a rate limit the way every fetch
+// judges it; and the Retry-After value inside it, read on its own.
 #include "fuzz_input.h"
 #include "providers/guarded_get.h"
 #include "web/page_result.h"
@@ -14,6 +15,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         const ostrel::HttpResult r = ostrel::readPageResult(text);
         if (r.code < 100 || r.code > 599) std::abort(); // only an HTTP status is a result
+        ostrel::isBotCheck(r);
+        ostrel::isRateLimit(r);
     } catch (const ostrel::WebError&) {
     }
     return 0;
