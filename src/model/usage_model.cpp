@@ -230,6 +230,8 @@ Task<void> UsageModel::logOut(ProviderID id) {
     if (!p) co_return;
     ++generations_[id]; // whatever refresh is under way now reports on the login being removed
     co_await p->web().logOut();
+    // And so does one that started while the site's data was being removed.
+    ++generations_[id];
     p->reset();
     ProviderState s = state(id);
     s.snapshot.reset();

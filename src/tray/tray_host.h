@@ -1,8 +1,8 @@
 #pragma once
 // Who hosts the tray: the process that owns org.kde.StatusNotifierWatcher on the session bus, named
-// by its /proc/<pid>/comm ("plasmashell", "xfce4-panel", "waybar", "gnome-shell", ...). The name is
-// looked up again whenever the watcher's owner changes, and "" while there is none or it cannot
-// be told.
+// by its /proc/<pid>/comm ("waybar", "gnome-shell", "panel-6-systray" for Xfce's tray plugin, which
+// runs in a process of its own, ...). The name is looked up again whenever the watcher's owner
+// changes, and "" while there is none or it cannot be told.
 
 #include "async/task_group.h"
 #include "base/gobject_ptr.h"

@@ -21,9 +21,10 @@ class NullWeb final : public WebClient {
     Task<void> visitSite() override { co_return; }
     Task<void> logOut() override {
         ++logOuts;
-        co_return;
+        if (logOutGate) co_await logOutGate->wait(); // lets a test hold the removal open
     }
     int logOuts = 0;
+    std::shared_ptr<AsyncEvent> logOutGate;
     std::optional<TimePoint> expiry; // of the login cookie
 };
 

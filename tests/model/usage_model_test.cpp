@@ -315,6 +315,22 @@ TEST_F(UsageModelTest, ALogOutDuringARefreshWins) {
     EXPECT_FALSE(s.snapshot);
     EXPECT_TRUE(notifier.take().empty()) << "no login-expired for the refresh that lost";
     EXPECT_EQ(p->resets, 2) << "whatever the old refresh cached is forgotten again";
+
+    // A refresh that starts while the log-out is still removing the site's data, and ends after it.
+    p->gate.reset();
+    p->script.clear();
+    p->then(snap(limit("session", 90, 1h)));
+    refresh(ProviderID::claude);
+    p->gate = std::make_shared<AsyncEvent>();
+    p->web_.logOutGate = std::make_shared<AsyncEvent>();
+    spawn(model->logOut(ProviderID::claude));
+    spawn(model->refresh(ProviderID::claude));
+    p->web_.logOutGate->set();
+    ASSERT_TRUE(runLoopUntil([&] { return !model->state(ProviderID::claude).snapshot; }, 5s));
+    p->gate->set();
+    runLoopUntil([&] { return !model->isRefreshing(); }, 5s);
+    EXPECT_FALSE(model->state(ProviderID::claude).snapshot) << "the log-out is not undone";
+    EXPECT_EQ(model->state(ProviderID::claude).status, "Logged out");
 }
 
 TEST_F(UsageModelTest, ALoginThatExpiresIsSeenComing) {

@@ -78,11 +78,11 @@ TEST(TrayController, FollowsTheSettingTheOverrideAndTheHostWithoutARestart) {
     const std::tuple<TrayLayout, const char*, const char*, TrayShape> choices[] = {
         {automatic, "", "waybar", wide},
         {automatic, "", "gnome-shell", wide},
-        {automatic, "", "xfce4-panel", squares},
+        {automatic, "", "panel-6-systray", squares},
         {automatic, "", "plasmashell", squares},
         {automatic, "", "", squares},
         {automatic, "odd", "waybar", wide},
-        {label, "", "xfce4-panel", wide},
+        {label, "", "panel-6-systray", wide},
         {perService, "", "waybar", squares},
         {automatic, "label", "plasmashell", wide},
         {label, "per-service", "waybar", squares}};

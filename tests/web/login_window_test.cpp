@@ -70,6 +70,11 @@ TEST_F(WebFixture, LogInThroughTheLoginWindowThenLogOut) {
     ASSERT_TRUE(runLoopUntil([&] { return model.isLoggedIn(ProviderID::claude); }, 30s));
     EXPECT_FALSE(gtk_widget_get_visible(GTK_WIDGET(login.window())));
     EXPECT_EQ(model.state(ProviderID::claude).snapshot->main->percentLeft(), 58);
+    auto resting = [&] {
+        const char* uri = webkit_web_view_get_uri(web.webView());
+        return uri && uri == claude.origin() + "/robots.txt";
+    };
+    EXPECT_TRUE(runLoopUntil(resting, 10s)) << "off the site's own pages again once the window is closed";
 
     // Opened while logged in (to pass a bot check by hand, say), it waits to be closed.
     model.showLogin(ProviderID::claude);

@@ -6,8 +6,8 @@ void refresh(UsageModel& model, ProviderID id) {
     model.runOwned(model.refresh(id));
 }
 
-void refreshAll(UsageModel& model) {
-    model.runOwned(model.refreshAll());
+void refreshDue(UsageModel& model) {
+    model.runOwned(model.refreshDue());
 }
 
 void logOut(UsageModel& model, ProviderID id) {

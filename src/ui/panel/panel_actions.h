@@ -7,7 +7,8 @@ namespace ostrel::PanelActions {
 
 // The model owns these tasks: they end with it, never with the view that started them.
 void refresh(UsageModel& model, ProviderID id);
-void refreshAll(UsageModel& model);
+// Every active service but one that is rate limited, which is left alone until its time.
+void refreshDue(UsageModel& model);
 void logOut(UsageModel& model, ProviderID id);
 
 } // namespace ostrel::PanelActions

@@ -137,7 +137,8 @@ bool PanelView::goBack() {
 
 void PanelView::panelShown() {
     setScreen(PanelScreen::main);
-    PanelActions::refreshAll(model_);
+    // Opening the panel is no Refresh: a service that asked us to wait is not asked again early.
+    PanelActions::refreshDue(model_);
 }
 
 void PanelView::panelHidden() {

@@ -140,6 +140,13 @@ TEST_F(PanelViewTest, EveryOpeningShowsMainAndRefreshesTheActiveServices) {
     EXPECT_EQ(fetches(codex), 3);
     EXPECT_EQ(fetches(cursor), 0);
 
+    window->hide();
+    m->fail(codex, ProviderError::rateLimited("codex.test", std::chrono::seconds(240)));
+    window->popup();
+    settle();
+    EXPECT_EQ(fetches(claude), 4);
+    EXPECT_EQ(fetches(codex), 4) << "a rate-limited service waits for its time; opening is no Refresh";
+
     window->close(); // closing hides, it does not destroy
     settle();
     EXPECT_FALSE(window->get_visible());
