@@ -23,8 +23,8 @@ class WebFixture : public ::testing::Test {
     static void waitForLoad(WebKitWebView* view);
     // Loads `url` in `view` and waits for it.
     static void loadAndWait(WebKitWebView* view, const std::string& url);
-    // Runs `script` in the page and returns its result as text.
-    static std::string runScript(WebKitWebView* view, const std::string& script);
+    // Fills in the fake login form shown in `view` and sends it, as a user would.
+    static void submitLoginForm(WebKitWebView* view);
     // Logs in through the fake login form at `loginURL`, as a user would, and waits for the cookie.
     static void logInThroughForm(WebSession& session, const std::string& loginURL,
                                  const std::string& cookieName);
