@@ -1,10 +1,11 @@
 #include "async/bounded_call.h"
 #include "async/loop.h"
+#include "async/task_group.h"
 #include "support/loop.h"
+#include "support/manual_clock.h"
 
 #include <gio/gunixinputstream.h>
 #include <gtest/gtest.h>
-#include <stdexcept>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -34,11 +35,6 @@ Task<int> slowAndFast(std::vector<std::string>& log) {
     co_return total;
 }
 
-Task<int> failing() {
-    co_await yieldToLoop();
-    throw std::runtime_error("boom");
-}
-
 // Reads from `in` within `bound`: "data", "timed out" or the error text.
 Task<std::string> readWithin(GInputStream* in, std::chrono::milliseconds bound) {
     char buf[16];
@@ -53,32 +49,30 @@ Task<std::string> readWithin(GInputStream* in, std::chrono::milliseconds bound) 
     co_return out.timedOut ? "timed out" : err.message();
 }
 
+Task<void> waitOn(AsyncEvent& event) {
+    co_await event.wait();
+}
+
+// Counts how many frames that hold one were destroyed.
+struct FrameProbe {
+    int& destroyed;
+    ~FrameProbe() { ++destroyed; }
+};
+
+template <typename T> Task<void> markAfter(Task<T> wait, int& destroyed, bool& resumed) {
+    FrameProbe probe{destroyed};
+    co_await std::move(wait);
+    resumed = true;
+}
+
 } // namespace
 
-TEST(Task, IsLazyAndReturnsValueThroughAwait) {
+TEST(Task, IsLazyAndConcurrentTasksInterleaveByTimerOrder) {
     std::vector<std::string> log;
-    auto task = answerAfter(1ms, 7, log, "a");
+    auto task = slowAndFast(log);
     EXPECT_TRUE(log.empty()) << "a task starts only when awaited or run";
-    EXPECT_EQ(runSync(std::move(task)), 7);
-    EXPECT_EQ(log, (std::vector<std::string>{"a start", "a end"}));
-}
-
-TEST(Task, ConcurrentTasksInterleaveByTimerOrder) {
-    std::vector<std::string> log;
-    EXPECT_EQ(runSync(slowAndFast(log)), 3);
+    EXPECT_EQ(runSync(std::move(task)), 3);
     EXPECT_EQ(log, (std::vector<std::string>{"slow start", "fast start", "fast end", "slow end"}));
-}
-
-TEST(Task, ErrorsPropagateToTheAwaiter) {
-    auto outer = []() -> Task<std::string> {
-        try {
-            co_await failing();
-        } catch (const std::runtime_error& e) {
-            co_return std::string("caught ") + e.what();
-        }
-        co_return "not thrown";
-    };
-    EXPECT_EQ(runSync(outer()), "caught boom");
 }
 
 TEST(BoundedCall, GivesTheAnswerOrSaysTheBoundPassed) {
@@ -106,10 +100,43 @@ TEST(Task, EventResumesAllWaitersInArrivalOrder) {
     EXPECT_TRUE(order.empty());
     ev.set();
     EXPECT_EQ(order, (std::vector<int>{0, 1, 2}));
-    // Waiting on a set event does not suspend.
-    spawn([](AsyncEvent& e, std::vector<int>& o) -> Task<void> {
-        co_await e.wait();
-        o.push_back(9);
-    }(ev, order));
-    EXPECT_EQ(order.back(), 9);
+    bool resumed = false;
+    int destroyed = 0;
+    spawn(markAfter(waitOn(ev), destroyed, resumed));
+    EXPECT_TRUE(resumed) << "waiting on a set event does not suspend";
+}
+
+TEST(TaskGroup, DestroyingTheOwnerEndsTasksWhereverTheyWait) {
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    auto in = adopt(g_unix_input_stream_new(fds[0], TRUE));
+    ManualClock clock(TimePoint{});
+    AsyncEvent event, never;
+    int destroyed = 0;
+    bool resumed = false;
+    {
+        TaskGroup group;
+        group.spawn(markAfter(waitOn(event), destroyed, resumed));
+        event.set();
+        EXPECT_TRUE(resumed);
+        EXPECT_EQ(group.running(), 0u) << "a task that ended left the group";
+        EXPECT_EQ(destroyed, 1) << "and its frame is freed";
+        resumed = false;
+        destroyed = 0;
+
+        group.spawn(markAfter(sleepFor(30ms), destroyed, resumed));
+        group.spawn(markAfter(clock.sleep(60s), destroyed, resumed));
+        group.spawn(markAfter(readWithin(G_INPUT_STREAM(in.get()), 5s), destroyed, resumed));
+        group.spawn(markAfter(waitOn(never), destroyed, resumed));
+        EXPECT_EQ(group.running(), 4u);
+    }
+    EXPECT_EQ(destroyed, 4) << "every frame is gone with its owner";
+    EXPECT_EQ(clock.sleepers(), 0u);
+    // The timer, the clock, the event and the read's late answer find nobody to resume.
+    clock.advance(2min);
+    never.set();
+    test::pump(100ms);
+    EXPECT_FALSE(resumed);
+    EXPECT_FALSE(g_input_stream_has_pending(G_INPUT_STREAM(in.get()))) << "the read was cancelled";
+    close(fds[1]);
 }

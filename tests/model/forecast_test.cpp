@@ -47,6 +47,16 @@ std::vector<Point> concat(std::vector<Point> a, const std::vector<Point>& b) {
     return a;
 }
 
+// Noise of a few points, including one wild reading, around 0.5 % a minute.
+std::vector<Point> noisy() {
+    const int minutes[] = {0, 5, 10, 15, 20, 25, 26, 30, 35, 40};
+    const double used[] = {40, 44, 43, 49, 49, 80, 52, 55, 56, 61};
+    std::vector<Point> out;
+    for (int i = 0; i < 10; ++i)
+        out.push_back({minutes[i], used[i], 300});
+    return out;
+}
+
 TEST(Forecast, RecordedSeries) {
     // 0.5 % a minute from 40 % used: 60 % left at minute 0 of the fit... reaches 100 % at minute 80.
     const std::vector<Case> cases = {
@@ -64,22 +74,7 @@ TEST(Forecast, RecordedSeries) {
          concat(steady(0, 40, 40, 1, 45), steady(50, 90, 0, 0.05, 345)), 90,
          "At this pace: lasts until the reset"},
         {"flat zero says nothing", steady(0, 60, 0, 0, 300), 60, ""},
-        // Noise of a few points, including one wild reading, around 0.5 % a minute.
-        {"noisy readings keep the pace",
-         {{0, 40, 300},
-          {5, 44, 300},
-          {10, 43, 300},
-          {15, 49, 300},
-          {20, 49, 300},
-          {25, 80, 300},
-          {26, 52, 300},
-          {30, 55, 300},
-          {35, 56, 300},
-          {40, 61, 300}},
-         40,
-         "",
-         true,
-         {70, 95}},
+        {"noisy readings keep the pace", noisy(), 40, "", true, {70, 95}},
         {"close to the reset does not warn", steady(0, 40, 40, 0.5, 140), 40,
          "At this pace: runs out in 1h 20m, 20m before the reset"},
     };
@@ -98,14 +93,9 @@ TEST(Forecast, RecordedSeries) {
     }
 }
 
-TEST(Forecast, WarningTextAndWindows) {
-    const auto series = readings(steady(0, 40, 40, 0.5, 300));
-    const auto f = paceForecast(series, t0 + 40min);
-    ASSERT_TRUE(f);
-    EXPECT_EQ(paceWarningText(ProviderID::claude, *f, t0 + 40min),
-              "Claude: at this pace you run out in 1h 20m, 3h 0m before the reset");
+TEST(Forecast, AResetTimeThatMovesByMinutesStartsANewWindow) {
+    UsageReading a = readings({{0, 10, 300}})[0], b = a;
     // A reset time that moves by seconds is the same window; by minutes it is a new one.
-    UsageReading a = series.front(), b = series.front();
     b.resetsAt = *a.resetsAt + 30s;
     EXPECT_FALSE(isReset(a, b));
     b.resetsAt = *a.resetsAt + 2min;
