@@ -1,7 +1,6 @@
 #include "app_fixture.h"
 
 #include "support/display.h"
-#include "support/log_lines.h"
 #include "support/loop.h"
 #include "web/web_session.h"
 
@@ -30,12 +29,7 @@ void AppFixture::TearDown() {
     presenter_.reset();
     tray_.reset();
     core_.reset();
-    drain();
-    notifications_.reset();
-    watcher_.reset();
-    appBus_.reset();
-    hostBus_.reset();
-    bus_.reset();
+    drain(); // the rest goes in the reverse of its order in the class
 }
 
 void AppFixture::startApp(Clock* clock) {
@@ -49,11 +43,9 @@ void AppFixture::startApp(Clock* clock) {
     options.webCacheDir = webCacheDir();
     options.historyPath = dir_.file("state/ostrel/history.sqlite");
     options.bus = appBus_.get();
-    ostrel::test::LogCapture capture;
     core_ = std::make_unique<AppCore>(options, clock ? *clock : systemClock_);
     tray_ = std::make_unique<TrayItem>(appBus_.get(), nullptr);
     presenter_ = std::make_unique<TrayPresenter>(core_->model(), *tray_);
-    log_ += capture.finish();
 }
 
 void AppFixture::logInEverywhere() {
@@ -63,20 +55,8 @@ void AppFixture::logInEverywhere() {
     runSync(web.addCookie(fake::FakeChatGPT::cookieName, chatgpt_.issueSession(), chatgpt_.host()), 10s);
 }
 
-void AppFixture::refresh(ProviderID id) {
-    ostrel::test::LogCapture capture2;
-    std::exception_ptr error;
-    try {
-        runSync(core_->model().refresh(id), 120s);
-    } catch (...) {
-        error = std::current_exception();
-    }
-    log_ += capture2.finish();
-    if (error) std::rethrow_exception(error);
-}
-
-std::string AppFixture::trayProperty(const char* name) {
-    const std::string value = runSync(trayItemProperty(hostBus_.get(), tray_->busName(), name), 10s);
+std::string AppFixture::trayTitle() {
+    const std::string value = runSync(trayItemProperty(hostBus_.get(), tray_->busName(), "Title"), 10s);
     return value.empty() ? "(no answer)" : value;
 }
 

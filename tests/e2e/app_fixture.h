@@ -9,6 +9,7 @@
 #include "fake_cursor.h"
 #include "fake_notifications.h"
 #include "fake_tray_watcher.h"
+#include "support/log_lines.h"
 #include "support/loop.h"
 #include "support/private_bus.h"
 #include "support/test_env.h"
@@ -30,12 +31,10 @@ class AppFixture : public ::testing::Test {
     void startApp(Clock* clock = nullptr);
     // Puts each demo account's session cookie into the web engine's store, as a login would.
     void logInEverywhere();
-    // Refreshes a service as the poll would and waits for it; what the app logged is kept in log_.
-    void refresh(ProviderID id);
-    // The tray item as the host reads it: its title (the spoken text) and its label.
-    std::string trayTitle() { return trayProperty("Title"); }
-    std::string trayLabel() { return trayProperty("XAyatanaLabel"); }
-    std::string trayProperty(const char* name);
+    // Refreshes a service as the poll would and waits for it.
+    void refresh(ProviderID id) { runSync(core_->model().refresh(id), std::chrono::seconds(120)); }
+    // The tray item's title (the spoken text) as the host reads it.
+    std::string trayTitle();
     bool hasCookie(ProviderID id, const std::string& name);
 
     UsageModel& model() { return core_->model(); }
@@ -43,6 +42,7 @@ class AppFixture : public ::testing::Test {
     std::string webDataDir() const { return dir_.file("data/ostrel/web"); }
     std::string webCacheDir() const { return dir_.file("cache/ostrel/web"); }
 
+    LogLines log_; // everything the app logs
     TempDir dir_;
     std::unique_ptr<PrivateBus> bus_;
     GObjectPtr<GDBusConnection> appBus_;
@@ -56,7 +56,6 @@ class AppFixture : public ::testing::Test {
     std::unique_ptr<AppCore> core_;
     std::unique_ptr<TrayItem> tray_;
     std::unique_ptr<TrayPresenter> presenter_;
-    std::string log_; // everything the app wrote to standard output during refreshes
 };
 
 } // namespace ostrel::test
