@@ -53,14 +53,18 @@ Task<void> waitOn(AsyncEvent& event) {
     co_await event.wait();
 }
 
-// Counts how many frames that hold one were destroyed.
+// Counts the frames that held one as a parameter and were destroyed: a parameter lives as long as
+// its frame, where a local ends with the body.
 struct FrameProbe {
-    int& destroyed;
-    ~FrameProbe() { ++destroyed; }
+    explicit FrameProbe(int& count) : destroyed(&count) {}
+    FrameProbe(FrameProbe&& o) noexcept : destroyed(std::exchange(o.destroyed, nullptr)) {}
+    ~FrameProbe() {
+        if (destroyed) ++*destroyed;
+    }
+    int* destroyed;
 };
 
-template <typename T> Task<void> markAfter(Task<T> wait, int& destroyed, bool& resumed) {
-    FrameProbe probe{destroyed};
+template <typename T> Task<void> markAfter(Task<T> wait, [[maybe_unused]] FrameProbe probe, bool& resumed) {
     co_await std::move(wait);
     resumed = true;
 }
@@ -102,7 +106,7 @@ TEST(Task, EventResumesAllWaitersInArrivalOrder) {
     EXPECT_EQ(order, (std::vector<int>{0, 1, 2}));
     bool resumed = false;
     int destroyed = 0;
-    spawn(markAfter(waitOn(ev), destroyed, resumed));
+    spawn(markAfter(waitOn(ev), FrameProbe(destroyed), resumed));
     EXPECT_TRUE(resumed) << "waiting on a set event does not suspend";
 }
 
@@ -116,7 +120,7 @@ TEST(TaskGroup, DestroyingTheOwnerEndsTasksWhereverTheyWait) {
     bool resumed = false;
     {
         TaskGroup group;
-        group.spawn(markAfter(waitOn(event), destroyed, resumed));
+        group.spawn(markAfter(waitOn(event), FrameProbe(destroyed), resumed));
         event.set();
         EXPECT_TRUE(resumed);
         EXPECT_EQ(group.running(), 0u) << "a task that ended left the group";
@@ -124,10 +128,10 @@ TEST(TaskGroup, DestroyingTheOwnerEndsTasksWhereverTheyWait) {
         resumed = false;
         destroyed = 0;
 
-        group.spawn(markAfter(sleepFor(30ms), destroyed, resumed));
-        group.spawn(markAfter(clock.sleep(60s), destroyed, resumed));
-        group.spawn(markAfter(readWithin(G_INPUT_STREAM(in.get()), 5s), destroyed, resumed));
-        group.spawn(markAfter(waitOn(never), destroyed, resumed));
+        group.spawn(markAfter(sleepFor(30ms), FrameProbe(destroyed), resumed));
+        group.spawn(markAfter(clock.sleep(60s), FrameProbe(destroyed), resumed));
+        group.spawn(markAfter(readWithin(G_INPUT_STREAM(in.get()), 5s), FrameProbe(destroyed), resumed));
+        group.spawn(markAfter(waitOn(never), FrameProbe(destroyed), resumed));
         EXPECT_EQ(group.running(), 4u);
     }
     EXPECT_EQ(destroyed, 4) << "every frame is gone with its owner";

@@ -24,16 +24,7 @@ class FakePortal {
             "<node><interface name='org.freedesktop.portal.Settings'><method name='Read'><arg type='s'/>"
             "<arg type='s'/><arg type='v' direction='out'/></method></interface></node>",
             nullptr));
-        static const GDBusInterfaceVTable vtable{
-            +[](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
-                GDBusMethodInvocation* call, gpointer self) {
-                GVariant* answer = g_variant_new_uint32(static_cast<FakePortal*>(self)->scheme_);
-                g_dbus_method_invocation_return_value(call,
-                                                      g_variant_new("(v)", g_variant_new_variant(answer)));
-            },
-            nullptr,
-            nullptr,
-            {}};
+        static const GDBusInterfaceVTable vtable{&FakePortal::onRead, nullptr, nullptr, {}};
         object_ = g_dbus_connection_register_object(bus, path, info_->interfaces[0], &vtable, this, nullptr,
                                                     nullptr);
         owner_ =
@@ -54,6 +45,11 @@ class FakePortal {
     }
 
   private:
+    static void onRead(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
+                       GDBusMethodInvocation* call, gpointer self) {
+        GVariant* scheme = g_variant_new_uint32(static_cast<FakePortal*>(self)->scheme_);
+        g_dbus_method_invocation_return_value(call, g_variant_new("(v)", g_variant_new_variant(scheme)));
+    }
     static constexpr const char* path = "/org/freedesktop/portal/desktop";
     GDBusConnection* bus_;
     unsigned scheme_;
