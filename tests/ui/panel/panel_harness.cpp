@@ -4,9 +4,9 @@
 #include "ui/panel/panel_style.h"
 #include "ui/panel/panel_view.h"
 
+#include <algorithm>
 #include <gtk/gtk.h>
 #include <gtkmm/cssprovider.h>
-#include <gtkmm/init.h>
 #include <gtkmm/settings.h>
 #include <gtkmm/stylecontext.h>
 
@@ -39,9 +39,8 @@ std::vector<std::string> shownTexts(Gtk::Widget& root) {
 }
 
 bool showsText(Gtk::Widget& root, std::string_view text) {
-    for (const auto& t : shownTexts(root))
-        if (t == text) return true;
-    return false;
+    const auto texts = shownTexts(root);
+    return std::ranges::find(texts, text) != texts.end();
 }
 
 void press(Gtk::Button& button) {
@@ -86,11 +85,10 @@ bool pressKeys(Gtk::Widget& root, const char* trigger) {
 }
 
 RecordedActions::RecordedActions(Gtk::Widget& widget, const std::string& prefix,
-                                 const std::vector<std::string>& names)
-    : group_(Gio::SimpleActionGroup::create()) {
+                                 const std::vector<std::string>& names) {
     for (const auto& name : names)
-        group_->add_action(name, [this, full = prefix + "." + name] { activated.push_back(full); });
-    widget.insert_action_group(prefix, group_);
+        group->add_action(name, [this, full = prefix + "." + name] { activated.push_back(full); });
+    widget.insert_action_group(prefix, group);
 }
 
 Host::Host(Gtk::Widget& content) {
@@ -114,10 +112,6 @@ Host::~Host() {
     window_.unset_child();
     window_.destroy();
     drain();
-}
-
-void Host::settle() {
-    test::settle();
 }
 
 void settle() {
