@@ -21,7 +21,6 @@ struct Case {
     int nowMinute;
     std::string expected; // "" when nothing should be said
     bool warns = false;
-    std::pair<int, int> outWithin{}; // instead of the text: minutes from now within which it runs out
 };
 
 const TimePoint t0 = TimePoint(std::chrono::seconds(1'800'000'000));
@@ -74,7 +73,8 @@ TEST(Forecast, RecordedSeries) {
          concat(steady(0, 40, 40, 1, 45), steady(50, 90, 0, 0.05, 345)), 90,
          "At this pace: lasts until the reset"},
         {"flat zero says nothing", steady(0, 60, 0, 0, 300), 60, ""},
-        {"noisy readings keep the pace", noisy(), 40, "", true, {70, 95}},
+        {"noisy readings keep the pace", noisy(), 40,
+         "At this pace: runs out in 1h 30m, 2h 49m before the reset", true},
         {"close to the reset does not warn", steady(0, 40, 40, 0.5, 140), 40,
          "At this pace: runs out in 1h 20m, 20m before the reset"},
     };
@@ -82,13 +82,7 @@ TEST(Forecast, RecordedSeries) {
         SCOPED_TRACE(c.name);
         const TimePoint now = t0 + c.nowMinute * 1min;
         const auto f = paceForecast(readings(c.series), now);
-        if (c.outWithin.second > 0) {
-            ASSERT_TRUE(f);
-            EXPECT_GE(f->runsOutAt, now + c.outWithin.first * 1min);
-            EXPECT_LE(f->runsOutAt, now + c.outWithin.second * 1min);
-        } else {
-            EXPECT_EQ(f ? paceText(*f, now) : "", c.expected);
-        }
+        EXPECT_EQ(f ? paceText(*f, now) : "", c.expected);
         EXPECT_EQ(f && warrantsPaceWarning(*f, now), c.warns);
     }
 }
