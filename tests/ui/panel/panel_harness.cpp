@@ -1,14 +1,11 @@
 #include "panel_harness.h"
 
 #include "support/loop.h"
-#include "ui/panel/panel_style.h"
 #include "ui/panel/panel_view.h"
 
 #include <algorithm>
 #include <gtk/gtk.h>
-#include <gtkmm/cssprovider.h>
 #include <gtkmm/settings.h>
-#include <gtkmm/stylecontext.h>
 
 namespace ostrel::test {
 
@@ -92,18 +89,8 @@ RecordedActions::RecordedActions(Gtk::Widget& widget, const std::string& prefix,
 }
 
 Host::Host(Gtk::Widget& content) {
-    PanelStyle::apply(card_);
-    card_.add_css_class("ostrel-card");
-    card_.add_css_class("opaque");
-    card_.set_margin(0);
-    auto inner = Gtk::CssProvider::create();
-    inner->load_from_data(".ostrel-card { padding: " + std::to_string(PanelView::padding) + "px; }");
-    card_.get_style_context()->add_provider(inner, GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
     content.set_size_request(PanelView::width - 2 * PanelView::padding, -1);
-    card_.append(content);
-    window_.set_decorated(false);
-    window_.set_resizable(false);
-    window_.set_child(card_);
+    window_.set_child(content);
     window_.present();
     settle();
 }

@@ -6,7 +6,6 @@
 #include "scripted_model.h"
 #include "support/display.h"
 #include "support/test_env.h"
-#include "ui/support/screen_box.h"
 
 #include <giomm/simpleactiongroup.h>
 #include <gtkmm/button.h>
@@ -63,24 +62,14 @@ struct RecordedActions {
     Glib::RefPtr<Gio::SimpleActionGroup> group = Gio::SimpleActionGroup::create();
 };
 
-// An undecorated window showing `content` on the panel's card, at the width it has in the panel.
+// A window showing `content` at the width it has in the panel.
 class Host {
   public:
     explicit Host(Gtk::Widget& content);
     ~Host();
-    Host(const Host&) = delete;
-    Host& operator=(const Host&) = delete;
-    Gtk::Window& window() { return window_; }
 
   private:
-    // A column whose natural width is its minimum one, so the fixed width decides, as in the panel.
-    class Card : public ScreenBox {
-      public:
-        Card() : Glib::ObjectBase("OstrelTestCard"), ScreenBox(0) {}
-    };
-
     Gtk::Window window_;
-    Card card_;
 };
 
 // Lets GTK lay out and draw what changed.

@@ -56,11 +56,7 @@ TEST_F(QrCode, EachModuleIsTenSharpPixelsADecoderReadsTheLinkAndTooMuchTextGives
                 << "pixel " << x << "," << y; // the blue of BGRA
 
     test::TempDir dir;
-    for (double amount : {100.0, 12.75, 99999.99}) {
-        const std::string text = UPI::paymentLink(amount);
-        const std::string path = dir.file("code.png");
-        ASSERT_TRUE(UPI::qrCode(text)->save_to_png(path));
-        EXPECT_EQ(decodeQr(path), text);
-    }
+    ASSERT_TRUE(image->save_to_png(dir.file("code.png")));
+    EXPECT_EQ(decodeQr(dir.file("code.png")), link);
     EXPECT_FALSE(UPI::qrCode(std::string(3000, 'x')));
 }

@@ -90,13 +90,9 @@ TEST(SupportAmount, ParsesOnlyAWholeStrtodNumberAndSendsOnlyFinitePositiveOnesUp
     for (const auto& [text, value] : numbers)
         EXPECT_EQ(SupportAmount::parse(text), value) << text;
     EXPECT_TRUE(std::isnan(SupportAmount::parse("nan").value()));
-    for (const std::string& text :
-         std::initializer_list<std::string>{"", " 100", "\t100", "\n100", "100 ", "100\n", "1,5", "abc",
-                                            "12abc", "1e", "--1", "1 000", "₹100",
-                                            std::string("1\0"
-                                                        "2",
-                                                        3),
-                                            "\xd9\xa1"})
+    for (const std::string& text : std::initializer_list<std::string>{
+             "", " 100", "\t100", "\n100", "100 ", "100\n", "1,5", "abc", "12abc", "1e", "--1", "1 000",
+             "₹100", std::string{'1', '\0', '2'}, "\xd9\xa1"})
         EXPECT_EQ(SupportAmount::parse(text), std::nullopt) << '"' << text << '"';
 
     EXPECT_EQ(SupportAmount::sendable("0.5"), 0.5);
@@ -123,7 +119,6 @@ TEST(QrMatrix, KeepsLevelMUpToTheLargestVersion) {
     for (const std::string& text : {std::string("hi"), UPI::paymentLink(100, shop)}) {
         const auto m = UPI::qrMatrix(text);
         ASSERT_TRUE(m) << text;
-        EXPECT_EQ((m->size - 17) % 4, 0);
         // The two error-correction bits of the format information beside the top-left finder, the
         // format mask removed: 00 is level M.
         EXPECT_TRUE(m->isDark(0, 8) && !m->isDark(1, 8)) << text;
