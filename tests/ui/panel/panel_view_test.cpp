@@ -115,7 +115,6 @@ TEST_F(PanelViewTest, ScreensFollowButtonsKeysAndTheBackTable) {
     press(named<Gtk::Button>(view().body(), "send"));
     EXPECT_EQ(view().screen(), PanelScreen::supportQR);
     EXPECT_EQ(view().supportAmount(), 250);
-    EXPECT_FALSE(pressKeys(*window, "<Control>q")) << "only the settings screen quits";
     EXPECT_TRUE(pressKeys(*window, "Escape"));
     EXPECT_EQ(view().screen(), PanelScreen::support);
     EXPECT_EQ(dynamic_cast<SupportAmountView&>(view().body()).amountText(), "100") << "entered afresh";
@@ -289,8 +288,6 @@ TEST_F(SettingsViewTest, ShowsEveryServiceAndTheThemeAndItsSwitchesWriteTheSetti
     EXPECT_FALSE(toggle("reset-time-claude").get_active());
     EXPECT_FALSE(row("reset-time-claude").is_sensitive());
     EXPECT_TRUE(m->settings.showsResetTime(claude)) << "reading off does not write off";
-    flip("reset-time-claude");
-    EXPECT_TRUE(m->settings.showsResetTime(claude)) << "a disabled switch ignores clicks";
 
     flip("track-claude");
     EXPECT_TRUE(toggle("reset-time-claude").get_active());

@@ -56,18 +56,13 @@ class PanelWindowTest : public ::testing::Test {
 } // namespace
 
 TEST_F(PanelWindowTest, OpensThePanelsWidthNextToTheClick) {
-    window->popup(std::pair{100, 20});
+    // A click near the bottom edge opens the panel above it (the rest of the rule: PanelPlacement).
+    window->popup(std::pair{640, 1020});
     settle();
     EXPECT_EQ(window->get_width(), PanelView::width);
     EXPECT_FALSE(window->get_decorated());
     EXPECT_FALSE(window->translucent()) << "Xvfb has no compositor: the card is drawn solid";
     EXPECT_TRUE(window->view().has_css_class("opaque"));
-    EXPECT_EQ(X11Placement::position(*window), (ScreenPoint{0, 24})) << "kept on screen, under the click";
-
-    // A click near the bottom edge opens the panel above it.
-    window->hide();
-    window->popup(std::pair{640, 1020});
-    settle();
     auto corner = X11Placement::position(*window);
     ASSERT_TRUE(corner);
     EXPECT_EQ(corner->y + window->get_height(), 1020 - 4);

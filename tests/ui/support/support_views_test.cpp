@@ -80,7 +80,6 @@ TEST_F(FeedbackViewTest, SendsAsTypedKeepsTheFormOnFailureThenThanksAndStartsAfr
     EXPECT_EQ(view->email(), "");
     EXPECT_EQ(named<Gtk::TextView>(*view, "message").get_buffer()->get_text().raw(), "");
     EXPECT_FALSE(findNamed(*view, "sent")->get_visible());
-    EXPECT_FALSE(sendButton().get_sensitive());
 }
 
 // Which texts are sendable is the amount rules' business; here, that the button and presets follow.
