@@ -116,7 +116,6 @@ TEST_F(GaugeViewTest, ClockRunsOnlyWhileMappedAndAllowedReduceMotionStandsStillA
     EXPECT_TRUE(view.ticking());
 
     animations(false); // the desktop asks for no motion: a still picture at the exact level
-    EXPECT_FALSE(view.motionOn());
     EXPECT_FALSE(view.ticking());
     const GaugeFrame still = view.currentFrame();
     EXPECT_DOUBLE_EQ(still.inputs.level, 0.3);

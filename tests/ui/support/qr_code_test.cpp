@@ -16,12 +16,6 @@ using namespace ostrel;
 
 namespace {
 
-// The image is a gtkmm object: its wrappers need gtkmm's type tables (no display, though).
-class QrCode : public ::testing::Test {
-  protected:
-    static void SetUpTestSuite() { Gtk::init_gtkmm_internals(); }
-};
-
 // The text of the one QR code in the PNG at `path`, or nothing when zbarimg finds none.
 std::optional<std::string> decodeQr(const std::string& path) {
     const char* argv[] = {"zbarimg",         "--quiet",    "--raw", "-Sdisable",
@@ -40,7 +34,8 @@ std::optional<std::string> decodeQr(const std::string& path) {
 
 } // namespace
 
-TEST_F(QrCode, EachModuleIsTenSharpPixelsADecoderReadsTheLinkAndTooMuchTextGivesNone) {
+TEST(QrCode, EachModuleIsTenSharpPixelsADecoderReadsTheLinkAndTooMuchTextGivesNone) {
+    Gtk::init_gtkmm_internals(); // the image's wrappers need gtkmm's type tables (no display, though)
     const std::string link = UPI::paymentLink(100);
     const auto matrix = UPI::qrMatrix(link);
     const auto image = UPI::qrCode(link);
