@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
-#include <limits>
 
 using namespace ostrel;
 
@@ -19,9 +18,6 @@ TEST(UsageLimit, PercentLeftIsClamped) {
     EXPECT_EQ(left(120), 0);
     EXPECT_EQ(left(-5), 100);
     EXPECT_EQ(left(37.5), 62.5);
-    EXPECT_EQ(left(1e308), 0);
-    EXPECT_EQ(left(-1e308), 100);
-    EXPECT_EQ(left(std::numeric_limits<double>::infinity()), 0);
     EXPECT_EQ(left(std::nan("")), 100);
 }
 
@@ -33,8 +29,5 @@ TEST(UsageLevel, BoundariesBelongToTheUpperBand) {
     EXPECT_EQ(level(50.0001), UsageLevel::medium);
     EXPECT_EQ(level(20), UsageLevel::veryHigh);
     EXPECT_EQ(level(20.0001), UsageLevel::high);
-    EXPECT_EQ(level(0), UsageLevel::veryHigh);
-    EXPECT_EQ(level(105), UsageLevel::low);
-    EXPECT_EQ(level(-3), UsageLevel::veryHigh);
     EXPECT_EQ(level(std::nan("")), UsageLevel::veryHigh);
 }
