@@ -140,9 +140,6 @@ class ScriptedModel {
         return UsageSnapshot{std::move(main), false, std::move(others), std::nullopt, std::nullopt};
     }
 
-    // What the settings file holds now.
-    std::string settingsFile() const { return readFile(settings.path()); }
-
     TempDir dir;
     AppSettings settings{dir.file("settings.ini")};
     ManualClock clock{std::chrono::system_clock::now()};
