@@ -50,7 +50,6 @@ TEST_F(ClaudeFetch, AnswersAndWhetherTheOrganizationIsKept) {
         {{http(200, "{}")}, "Not logged in", false},
         {{http(200, "<html>")}, "Not logged in", false},
         {{http(200, R"([{"name":"x"}])")}, "Not logged in", false},
-        {{http(200, R"([{"uuid":7}])")}, "Not logged in", false},
         {{orgs, http(401)}, "Not logged in", false},
         {{orgs, http(403, "{}")}, "Not logged in", false},
         {{orgs, http(404)}, "HTTP 404 from claude.test", false},

@@ -26,36 +26,29 @@ class CodexFetch : public ScriptedProviderTest<CodexProvider> {
 // The token is read from the session endpoint, kept for 900 seconds, and a refused one is replaced
 // once per fetch; refused again, it is dropped.
 TEST_F(CodexFetch, TheTokenIsKeptForAWhileAndReplacedOnceWhenRefused) {
-    web->answers = {session("tok-1"),
-                    usage,
-                    usage,
-                    session("tok-2"),
-                    usage,
-                    http(401),
-                    session("tok-3"),
-                    usage,
-                    http(401),
-                    session("tok-4"),
-                    http(401),
-                    session("tok-5"),
-                    usage};
-    EXPECT_EQ(fetch().main->percentUsed, 30);
-    clock.advance(900s);
-    fetch();
-    clock.advance(1s);
-    fetch();
-    fetch();
-    EXPECT_EQ(fetchError(), "Not logged in");
-    fetch();
-    std::vector<std::string> sent;
-    for (const auto& call : web->calls)
-        sent.push_back(call.url == "https://chatgpt.test/api/auth/session"
-                           ? "session"
-                           : call.url + " " + call.headers.at("Authorization"));
-    const std::string use = "https://chatgpt.test/backend-api/wham/usage Bearer tok-";
-    EXPECT_EQ(sent, (std::vector<std::string>{"session", use + "1", use + "1", "session", use + "2",
-                                              use + "2", "session", use + "3", use + "3", "session",
-                                              use + "4", "session", use + "5"}));
+    const std::string ask = "session ", use = "https://chatgpt.test/backend-api/wham/usage Bearer tok-";
+    const struct {
+        std::chrono::seconds wait;
+        std::vector<HttpResult> answers;
+        std::string error, sent;
+    } steps[] = {
+        {0s, {session("tok-1"), usage}, "no error", ask + use + "1 "},
+        {900s, {usage}, "no error", use + "1 "},
+        {1s, {session("tok-2"), usage}, "no error", ask + use + "2 "},
+        {0s, {http(401), session("tok-3"), usage}, "no error", use + "2 " + ask + use + "3 "},
+        {0s, {http(401), session("tok-4"), http(401)}, "Not logged in", use + "3 " + ask + use + "4 "},
+        {0s, {session("tok-5"), usage}, "no error", ask + use + "5 "},
+    };
+    for (const auto& step : steps) {
+        clock.advance(step.wait);
+        EXPECT_EQ(fetchWith(step.answers), step.error);
+        std::string sent;
+        for (const auto& call : web->calls)
+            sent += call.url == "https://chatgpt.test/api/auth/session"
+                        ? ask
+                        : call.url + " " + call.headers.at("Authorization") + " ";
+        EXPECT_EQ(sent, step.sent);
+    }
 }
 
 // Each row starts without a token.

@@ -36,11 +36,8 @@ TEST(CursorParse, Answers) {
         {summary(R"("autoPercentUsed":35,"apiPercentUsed":20)"), shown("Auto pool", 35)},
         {summary(R"("autoPercentUsed":20,"apiPercentUsed":20)"), shown("API pool", 20)},
         {summary(R"("autoPercentUsed":130,"apiPercentUsed":-5)"), shown("Auto pool", 130)},
-        {summary(R"("autoPercentUsed":true,"apiPercentUsed":0)"), shown("Auto pool", 1)},
         // One pool unknown: the plan's total.
         {summary(R"("autoPercentUsed":20,"totalPercentUsed":42)"), shown("Included usage", 42)},
-        {summary(R"("autoPercentUsed":"60","apiPercentUsed":35,"totalPercentUsed":42)"),
-         shown("Included usage", 42)},
         {summary(""), shown("Included usage", 0)},
         // The cycle's end, read only from text.
         {summary("", "", R"("billingCycleEnd":"2025-02-01T10:00:00.123456+02:00")"),
@@ -52,8 +49,6 @@ TEST(CursorParse, Answers) {
         // Money spent beyond the allowance, when on-demand use is really on.
         {summary("", R"("onDemand":{"enabled":true,"used":1234})"),
          shown("Included usage", 0, "$12.34 on-demand this cycle")},
-        {summary("", R"("onDemand":{"enabled":true,"used":5})"),
-         shown("Included usage", 0, "$0.05 on-demand this cycle")},
         {summary("", R"("onDemand":{"enabled":true,"used":0})"), shown("Included usage", 0)},
         {summary("", R"("onDemand":{"enabled":false,"used":500})"), shown("Included usage", 0)},
         {summary("", R"("onDemand":{"enabled":1,"used":500})"), shown("Included usage", 0)},
@@ -64,7 +59,6 @@ TEST(CursorParse, Answers) {
         {R"({"membershipType":"free","individualUsage":{"plan":[]}})", free},
         {R"({"membershipType":"free"})", free},
         {"{}", none},
-        {R"({"membershipType":"pro","individualUsage":{"plan":{"limit":-1}}})", none},
         {R"({"membershipType":"Free","individualUsage":"none"})", none},
         {R"({"isUnlimited":1,"membershipType":7})", none},
         {R"({"individualUsage":{"plan":{"limit":0},"onDemand":{"enabled":true,"used":5}}})", none},

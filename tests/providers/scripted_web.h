@@ -65,23 +65,20 @@ template <typename P> class ScriptedProviderTest : public ::testing::Test {
         provider = std::make_unique<P>(std::move(w), ServiceEndpoint{"https", host, 0}, clock);
     }
     UsageSnapshot fetch() { return runSync(provider->fetch(), std::chrono::seconds(5)); }
-    // The error text of a fetch that fails, with the wait a rate limit asks for, or "no error".
-    std::string fetchError() {
+    // A fetch given `answers`, each asked for exactly once: the error text, with the wait a rate limit
+    // asks for, or "no error".
+    std::string fetchWith(const std::vector<HttpResult>& answers) {
+        web->calls.clear();
+        web->answers.assign(answers.begin(), answers.end());
+        std::string error = "no error";
         try {
             fetch();
         } catch (const ProviderError& e) {
             const auto wait = e.retryAfter();
-            return e.what() + (wait ? " for " + std::to_string(wait->count()) + "s" : "");
+            error = e.what() + (wait ? " for " + std::to_string(wait->count()) + "s" : "");
         } catch (const std::exception& e) {
-            return e.what();
+            error = e.what();
         }
-        return "no error";
-    }
-    // A fetch given `answers`, each asked for exactly once; its error text as fetchError() gives it.
-    std::string fetchWith(const std::vector<HttpResult>& answers) {
-        web->calls.clear();
-        web->answers.assign(answers.begin(), answers.end());
-        std::string error = fetchError();
         EXPECT_EQ(web->calls.size(), answers.size()) << error;
         return error;
     }
