@@ -2,6 +2,7 @@
 #include "model/usage_model.h"
 #include "providers/claude_provider.h"
 #include "scripted_model.h"
+#include "support/log_lines.h"
 #include "support/loop.h"
 #include "web/login_window.h"
 #include "web_fixture.h"
@@ -39,6 +40,11 @@ TEST_F(WebFixture, LogInThroughTheLoginWindow) {
     ASSERT_TRUE(runLoopUntil(onLoginPage, 20s));
     ASSERT_TRUE(runLoopUntil([&] { return gtk_widget_get_mapped(GTK_WIDGET(web.webView())); }, 10s));
     EXPECT_STREQ(gtk_window_get_title(login.window()), "Log in to Claude, then close this window");
+    // While the window shows the page, the page is the user's: a refresh asks nothing of the site.
+    LogLines log;
+    runSync(model.refresh(ProviderID::claude), 30s);
+    EXPECT_TRUE(claude.server().requestsTo("/api/organizations").empty());
+    EXPECT_NE(log.text().find("login window is open"), std::string::npos) << log.text();
 
     submitLoginForm(web.webView());
     ASSERT_TRUE(runLoopUntil([&] { return !claude.issuedSessions().empty(); }, 20s));

@@ -4,7 +4,6 @@
 #include "providers/codex_provider.h"
 #include "support/log_lines.h"
 #include "support/loop.h"
-#include "support/manual_clock.h"
 #include "support/test_env.h"
 #include "web_fixture.h"
 
@@ -43,9 +42,6 @@ class WebSessionTest : public WebFixture {
         waitForLoad(session_->webView());
     }
     void load(const std::string& path) { loadAndWait(session_->webView(), claude_.origin() + path); }
-    void addCookie(const std::string& domain, const std::string& name, const std::string& value) {
-        runSync(context_->addCookie(name, value, domain, 3600), 10s);
-    }
     // A GET; log_ then holds what the session logged for it.
     HttpResult get(const std::string& url, Headers headers = {}) {
         log_.take();
@@ -101,7 +97,6 @@ TEST_F(WebSessionTest, ThePageRouteCarriesTheRequestAsGiven) {
     EXPECT_EQ(get(usageURL()).code, 200);
     EXPECT_TRUE(logged("] GET " + usageURL() + "\n")) << log_.text();
     EXPECT_TRUE(logged("Page ready: " + claude_.origin() + "/robots.txt")) << log_.text();
-    EXPECT_TRUE(logged("Page fetch → HTTP 200"));
     EXPECT_EQ(claude_.site().walledDirect(), 0);
 }
 
@@ -127,7 +122,6 @@ TEST_F(WebSessionTest, ABrokenPageFallsBackToTheDirectRoute) {
     EXPECT_EQ(get(usageURL(), {{"X-Extra", "1"}}).code, 200);
     EXPECT_TRUE(logged("fetch is switched off on this page (page: " + claude_.origin() + "/broken)"))
         << log_.text();
-    EXPECT_TRUE(logged("Direct request → HTTP 200"));
     const auto seen = claude_.server().requestsTo(usagePath);
     ASSERT_EQ(seen.size(), 1u);
     EXPECT_FALSE(seen[0].cookie(FakeClaude::cookieName).empty());
@@ -148,34 +142,6 @@ TEST_F(WebSessionTest, ABrokenPageFallsBackToTheDirectRoute) {
     session_->setLimits(limits);
     const std::string hung = failure(usageURL());
     EXPECT_NE(hung.find(" | Direct: The request timed out"), std::string::npos) << hung;
-
-    claude_.site().setWall(fake::FakeSite::Wall::direct);
-    claude_.setUsageAnswer(rotated);
-    const HttpResult walled = get(usageURL());
-    EXPECT_EQ(walled.code, 403);
-    EXPECT_NE(walled.body.find("Just a moment..."), std::string::npos);
-    EXPECT_EQ(claude_.site().walledDirect(), 1);
-}
-
-TEST_F(WebSessionTest, CookiesAreTheHostsOwn) {
-    addCookie("127.0.0.9", FakeClaude::cookieName, "other-site");
-    addCookie("other127.0.0.2", FakeClaude::cookieName, "look-alike");
-    EXPECT_FALSE(runSync(session_->hasCookie(FakeClaude::cookieName), 10s));
-    addCookie("127.0.0.2", FakeClaude::cookieName, "mine");
-    EXPECT_TRUE(runSync(session_->hasCookie(FakeClaude::cookieName), 10s));
-    EXPECT_FALSE(runSync(session_->hasCookie("sessionkey"), 10s)) << "names match exactly";
-}
-
-TEST_F(WebSessionTest, RefusesWhileTheLoginWindowShowsTheView) {
-    GtkWidget* window = gtk_window_new();
-    gtk_window_set_child(GTK_WINDOW(window), GTK_WIDGET(session_->webView()));
-    gtk_window_present(GTK_WINDOW(window));
-    claude_.server().clearRequests();
-    EXPECT_EQ(failure(usageURL()), "Not logged in");
-    EXPECT_TRUE(logged("login window is open")) << log_.text();
-    EXPECT_TRUE(claude_.server().requestsTo(usagePath).empty());
-    gtk_window_set_child(GTK_WINDOW(window), nullptr);
-    gtk_window_destroy(GTK_WINDOW(window));
 }
 
 // The Codex provider on a real session: its token reaches the usage request from inside the page, and
@@ -183,8 +149,7 @@ TEST_F(WebSessionTest, RefusesWhileTheLoginWindowShowsTheView) {
 // (token reuse, refusals, answers) are tested on a scripted web in tests/providers.
 TEST_F(WebFixture, CodexFetchesWithItsTokenFromThePageAndLogsOutOfItsDomainsOnly) {
     FakeChatGPT chatgpt;
-    ManualClock clock(
-        std::chrono::time_point_cast<std::chrono::milliseconds>(std::chrono::system_clock::now()));
+    SystemClock clock;
     LogLines log;
     // The session's login domains as the app configures them.
     ServiceConfig config;
@@ -196,22 +161,8 @@ TEST_F(WebFixture, CodexFetchesWithItsTokenFromThePageAndLogsOutOfItsDomainsOnly
     WebSession& web = *owned;
     waitForLoad(web.webView());
     CodexProvider provider(std::move(owned), config.chatgpt, clock);
-    auto fetchError = [&] {
-        try {
-            runSync(provider.fetch(), 90s);
-        } catch (const std::exception& e) {
-            return std::string(e.what());
-        }
-        return std::string("no error");
-    };
-    // Not logged in: the session endpoint answers {} and no usage request is made.
-    EXPECT_EQ(fetchError(), "Not logged in");
-    EXPECT_TRUE(chatgpt.server().requestsTo("/backend-api/wham/usage").empty());
-
     logInThroughForm(web, config.chatgpt.url(CodexProvider::loginPath), FakeChatGPT::cookieName);
-    const UsageSnapshot s = runSync(provider.fetch(), 90s);
-    ASSERT_TRUE(s.main);
-    EXPECT_EQ(*s.main, (UsageLimit{"primary", "5-Hour Session", 23, clock.now() + 2h}));
+    runSync(provider.fetch(), 90s);
     ASSERT_EQ(chatgpt.issuedTokens().size(), 1u);
     EXPECT_TRUE(chatgpt.usageTokens() == chatgpt.issuedTokens()) << "the usage request carried the token";
     EXPECT_EQ(log.text().find("Page fetch failed"), std::string::npos) << "all of it from inside the page";
@@ -219,18 +170,13 @@ TEST_F(WebFixture, CodexFetchesWithItsTokenFromThePageAndLogsOutOfItsDomainsOnly
     WebSession account(*context_, chatgpt.accountHost(), chatgpt.origin() + "/");
     EXPECT_TRUE(runSync(account.hasCookie(FakeChatGPT::accountCookieName), 10s));
     WebSession other(*context_, "127.0.0.3", "http://127.0.0.3:1/");
-    WebSession lookAlike(*context_, "other" + chatgpt.host(), "http://127.0.0.3:1/");
     runSync(context_->addCookie("WorkosCursorSessionToken", "another-service", "127.0.0.3", 3600), 10s);
-    runSync(context_->addCookie("look-alike", "1", "other" + chatgpt.host(), 3600), 10s);
+    EXPECT_FALSE(runSync(other.hasCookie(FakeChatGPT::cookieName), 10s)) << "a cookie is its host's own";
     runSync(web.logOut(), 30s);
-    provider.reset(); // as the app does on a log-out
     EXPECT_NE(log.text().find("Logged out ("), std::string::npos) << log.text();
     EXPECT_FALSE(runSync(web.hasCookie(FakeChatGPT::cookieName), 10s));
     EXPECT_FALSE(runSync(account.hasCookie(FakeChatGPT::accountCookieName), 10s));
     EXPECT_TRUE(runSync(other.hasCookie("WorkosCursorSessionToken"), 10s));
-    EXPECT_TRUE(runSync(lookAlike.hasCookie("look-alike"), 10s))
-        << "same letters without a dot: another domain";
     waitForLoad(web.webView());
     EXPECT_EQ(std::string(webkit_web_view_get_uri(web.webView())), chatgpt.origin() + "/robots.txt");
-    EXPECT_EQ(fetchError(), "Not logged in");
 }
