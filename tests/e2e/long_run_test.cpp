@@ -55,7 +55,6 @@ TEST_F(LongRun, ThousandCyclesSendEveryNotificationOnceAndMemoryStaysFlat) {
             FakeAnswer::json(fake::FakeChatGPT::usageJson(codex.usedAt(k), untilReset, 10, untilWeekly)));
     };
 
-    ostrel::test::LogCapture capture;
     setAnswers(0);
     model().start();
     ASSERT_TRUE(runLoopUntil([&] { return !model().isRefreshing(); }, 60s));
@@ -71,7 +70,6 @@ TEST_F(LongRun, ThousandCyclesSendEveryNotificationOnceAndMemoryStaysFlat) {
     }
     runLoopUntil([&] { return false; }, 500ms); // the last notifications reach the service
     const long rssAt1000 = residentKiB();
-    const std::string logged = capture.finish();
 
     // Claude: 50 periods; Cursor: 40; Codex: 25. The first numbers of the run are silent.
     std::map<std::string, int> got;
@@ -89,7 +87,7 @@ TEST_F(LongRun, ThousandCyclesSendEveryNotificationOnceAndMemoryStaysFlat) {
         {"Codex reset | 5-Hour Session is back to 100%.", 24},
     };
     EXPECT_EQ(got, expected) << "each once per period, and nothing else";
-    EXPECT_EQ(logged.find("error:"), std::string::npos) << "every fetch of the run succeeded";
+    EXPECT_EQ(log_.text().find("error:"), std::string::npos) << "every fetch of the run succeeded";
 
     const double growthMiB = static_cast<double>(rssAt1000 - rssAt100) / 1024.0;
     EXPECT_LT(growthMiB, 5.0) << "resident memory at cycle 100: " << rssAt100 / 1024 << " MiB";
