@@ -38,7 +38,6 @@ TEST(UsageHistory, FollowsTheModelWarnsOncePerWindowAndFeedsTheStatus) {
     EXPECT_EQ(history.store().readings(claude, "weekly", TimePoint{}).size(), 1u);
     ASSERT_EQ(warnings.size(), 1u);
     EXPECT_EQ(warnings[0].rfind("Claude: at this pace you run out in ", 0), 0u) << warnings[0];
-    EXPECT_FALSE(history.forecast(codex)); // no data, no forecast
 
     m.succeed(codex, ScriptedModel::snapshot(m.limit("5h", 20, 2h)));
     m.fail(codex, std::runtime_error("timed out"));
@@ -50,7 +49,6 @@ TEST(UsageHistory, FollowsTheModelWarnsOncePerWindowAndFeedsTheStatus) {
     EXPECT_DOUBLE_EQ(c["percentLeft"].get<double>(), 43.0);
     EXPECT_EQ(c["level"], "medium");
     EXPECT_EQ(c["resetsAt"], isoTime(reset));
-    ASSERT_TRUE(c["runsOutAt"].is_string());
     EXPECT_EQ(c["runsOutAt"], isoTime(history.forecast(claude)->runsOutAt));
     EXPECT_EQ(c["needsLogin"], false);
     EXPECT_EQ(c["stale"], false);
