@@ -82,8 +82,7 @@ TEST_F(FeedbackViewTest, SendsAsTypedKeepsTheFormOnFailureThenThanksAndStartsAfr
 // Which texts are sendable is the amount rules' business; here, that the button and presets follow.
 TEST(SupportAmountView, SendAndPresetsFollowTheTypedText) {
     ASSERT_TRUE(startGtk()) << "no display";
-    std::vector<double> sent;
-    SupportAmountView view([&](double v) { sent.push_back(v); });
+    SupportAmountView view([](double) {});
     Host host(view);
     auto& field = named<Gtk::Entry>(view, "amount");
     auto& send = named<Gtk::Button>(view, "send");
@@ -99,9 +98,6 @@ TEST(SupportAmountView, SendAndPresetsFollowTheTypedText) {
     field.set_text("100.0");
     EXPECT_TRUE(send.get_sensitive());
     EXPECT_TRUE(selected().empty()) << "100.0 is not the digits of a preset";
-    field.set_text("0.5");
-    press(send);
-    EXPECT_EQ(sent, std::vector<double>{0.5}); // a preset and Send in the panel: panel_view_test
 }
 
 TEST(SupportQRView, ShowsWholeRupeesAndCopiesTheAddressWithACheckForTwoSeconds) {
@@ -114,7 +110,6 @@ TEST(SupportQRView, ShowsWholeRupeesAndCopiesTheAddressWithACheckForTwoSeconds) 
     auto clipboard = view.get_clipboard();
     clipboard->set_text("something else");
     press(named<Gtk::Button>(view, "copy"));
-    EXPECT_TRUE(view.copied());
     EXPECT_EQ(named<Gtk::Image>(view, "copy-symbol").get_icon_name().raw(), "object-select-symbolic");
     std::optional<std::string> text;
     clipboard->read_text_async([&](Glib::RefPtr<Gio::AsyncResult>& result) {
