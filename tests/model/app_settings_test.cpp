@@ -37,7 +37,6 @@ TEST(AppSettings, StoredValuesLoadWithUnknownNamesDroppedAndEmptyListsKept) {
     s.setProviderEnabled(ProviderID::claude, true);
     const std::string text = readFile(settingsFile(dir));
     EXPECT_NE(text.find("# kept"), std::string::npos) << "what else the file holds survives a save";
-    EXPECT_NE(text.find("gaugeTheme=candle"), std::string::npos);
     EXPECT_NE(text.find("[Other]"), std::string::npos);
 }
 

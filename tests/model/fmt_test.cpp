@@ -17,15 +17,13 @@ TEST(Fmt, DurationInBothForms) {
         {59s, false, "0m"},
         {59min + 59s, false, "59m"},
         {60min, false, "1h 0m"},
-        {3h + 7min, false, "3h 7m"},
         {23h + 59min, false, "23h 59m"},
         {24h, false, "1d 0h"},
         {24h + 5h + 59min, false, "1d 5h"},
         {72h, true, "3d"},
         {72h, false, "3d 0h"},
         {71h + 59min + 59s, true, "2d 23h"}, // seconds short of three days are not three days
-        {-10min, false, "0m"},
-        {3650 * 24h, true, "3650d"}};
+        {-10min, false, "0m"}};
     for (const auto& [d, condensed, text] : cases)
         EXPECT_EQ(Fmt::duration(t0 + d, t0, condensed), text) << d.count() << (condensed ? " short" : "");
 }
