@@ -81,13 +81,6 @@ bool pressKeys(Gtk::Widget& root, const char* trigger) {
     return handled;
 }
 
-RecordedActions::RecordedActions(Gtk::Widget& widget, const std::string& prefix,
-                                 const std::vector<std::string>& names) {
-    for (const auto& name : names)
-        group->add_action(name, [this, full = prefix + "." + name] { activated.push_back(full); });
-    widget.insert_action_group(prefix, group);
-}
-
 Host::Host(Gtk::Widget& content) {
     content.set_size_request(PanelView::width - 2 * PanelView::padding, -1);
     window_.set_child(content);

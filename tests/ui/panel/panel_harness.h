@@ -7,7 +7,6 @@
 #include "support/display.h"
 #include "support/test_env.h"
 
-#include <giomm/simpleactiongroup.h>
 #include <gtkmm/button.h>
 #include <gtkmm/label.h>
 #include <gtkmm/window.h>
@@ -54,13 +53,6 @@ void press(Gtk::Button& button);
 // key press: managed and global controllers of mapped widgets under `root` (a stack's hidden pages
 // are not), the first that handles it. True when one did.
 bool pressKeys(Gtk::Widget& root, const char* trigger);
-
-// Actions `names` inserted as `prefix` ("app") on `widget`, recording activations as "prefix.name".
-struct RecordedActions {
-    RecordedActions(Gtk::Widget& widget, const std::string& prefix, const std::vector<std::string>& names);
-    std::vector<std::string> activated;
-    Glib::RefPtr<Gio::SimpleActionGroup> group = Gio::SimpleActionGroup::create();
-};
 
 // A window showing `content` at the width it has in the panel.
 class Host {

@@ -10,6 +10,7 @@
 #include "ui/panel/theme_picker_view.h"
 #include "ui/support/support_amount_view.h"
 
+#include <giomm/simpleactiongroup.h>
 #include <glib/gstdio.h>
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
@@ -26,10 +27,6 @@ namespace {
 class PanelViewTest : public ::testing::Test {
   protected:
     void SetUp() override { ASSERT_TRUE(startGtk()) << "no display"; }
-    void TearDown() override {
-        window.reset();
-        drain();
-    }
 
     void open() {
         for (auto& [id, p] : m->scripted) {
@@ -37,7 +34,10 @@ class PanelViewTest : public ::testing::Test {
             p->fetches = 0; // count only what the panel asks for
         }
         window = std::make_unique<PanelWindow>(*m->model, "");
-        app = std::make_unique<RecordedActions>(*window, "app", std::vector<std::string>{"refresh", "quit"});
+        auto app = Gio::SimpleActionGroup::create();
+        for (const char* name : {"refresh", "quit"})
+            app->add_action(name, [this, name] { activated.push_back(std::string("app.") + name); });
+        window->insert_action_group("app", app);
         window->setHidesOnFocusLoss(false);
         window->popup();
         settle();
@@ -60,8 +60,8 @@ class PanelViewTest : public ::testing::Test {
     }
 
     std::unique_ptr<PanelModel> m = std::make_unique<PanelModel>();
+    std::vector<std::string> activated; // the application's actions the panel asked for
     std::unique_ptr<PanelWindow> window;
-    std::unique_ptr<RecordedActions> app; // stands in for the application's actions
 };
 
 // The settings screen: switches that write the settings, the reset-time switch of a service that is
@@ -74,7 +74,6 @@ class SettingsViewTest : public PanelViewTest {
         view().setScreen(PanelScreen::settings);
     }
     Gtk::Widget& settingsPage() { return view().body(); }
-    Gtk::Button& button(const char* name) { return named<Gtk::Button>(settingsPage(), name); }
     Gtk::Widget& row(const std::string& name) { return *findNamed(settingsPage(), name); }
     Gtk::Switch& toggle(const std::string& row) { return *all<Gtk::Switch>(this->row(row)).front(); }
     // Flips a switch the way a click does: not while it is disabled.
@@ -100,7 +99,7 @@ TEST_F(PanelViewTest, ScreensFollowButtonsKeysAndTheBackTable) {
     EXPECT_FALSE(pressKeys(*window, "<Control>comma"));
     EXPECT_TRUE(pressKeys(*window, "<Control>r"));
     EXPECT_TRUE(pressKeys(*window, "<Control>q"));
-    EXPECT_EQ(app->activated, (std::vector<std::string>{"app.refresh", "app.quit"}));
+    EXPECT_EQ(activated, (std::vector<std::string>{"app.refresh", "app.quit"}));
 
     for (auto [row, screen] : {std::pair{"theme-row", PanelScreen::theme},
                                {"support-row", PanelScreen::support},
@@ -277,7 +276,7 @@ TEST_F(SettingsViewTest, ShowsEveryServiceAndTheThemeAndItsSwitchesWriteTheSetti
     EXPECT_TRUE(showsText(settingsPage(), "Plant"));
     press(button("refresh"));
     press(button("quit"));
-    EXPECT_EQ(app->activated, (std::vector<std::string>{"app.refresh", "app.quit"}));
+    EXPECT_EQ(activated, (std::vector<std::string>{"app.refresh", "app.quit"}));
 
     flip("reset-time-codex");
     EXPECT_TRUE(m->settings.showsResetTime(codex));

@@ -27,10 +27,6 @@ class PanelWindowTest : public ::testing::Test {
         if (!GDK_IS_X11_DISPLAY(window->get_display()->gobj()))
             GTEST_SKIP() << "placement and focus need X11";
     }
-    void TearDown() override {
-        window.reset();
-        drain();
-    }
     static void focus(Gtk::Window& w) {
         GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(w.gobj()));
         Display* display = gdk_x11_display_get_xdisplay(gdk_surface_get_display(surface));

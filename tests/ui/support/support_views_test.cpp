@@ -31,10 +31,6 @@ class FeedbackViewTest : public ::testing::Test {
         view = std::make_unique<FeedbackView>(service.origin() + "/api/feedback");
         host = std::make_unique<Host>(*view);
     }
-    void TearDown() override {
-        host.reset();
-        view.reset();
-    }
     void type(const std::string& message, const std::string& email = "") {
         named<Gtk::TextView>(*view, "message").get_buffer()->set_text(message);
         named<Gtk::Entry>(*view, "email").set_text(email);
