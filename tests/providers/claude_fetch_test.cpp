@@ -47,7 +47,6 @@ TEST_F(ClaudeFetch, AnswersAndWhetherTheOrganizationIsKept) {
         {{http(403)}, "Not logged in", false},
         {{http(500)}, "HTTP 500 from claude.test", false},
         {{http(200, "[]")}, "Not logged in", false},
-        {{http(200, "{}")}, "Not logged in", false},
         {{http(200, "<html>")}, "Not logged in", false},
         {{http(200, R"([{"name":"x"}])")}, "Not logged in", false},
         {{orgs, http(401)}, "Not logged in", false},
