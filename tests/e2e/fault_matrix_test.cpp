@@ -23,8 +23,8 @@ class FaultMatrix : public AppFixture {
     // Shows good numbers for Claude, then refreshes with `fault`: the status line says `status`, and
     // the stored login stays. Unless the fault `logsOut` (then the service asks for a login, leaves
     // the tray and says so once), the last numbers stay on show and nothing is posted. With the good
-    // answer back the app comes back too, without a new login. Returns the status line.
-    std::string expectFault(const FakeAnswer& fault, const std::string& status, bool logsOut = false) {
+    // answer back the app comes back too, without a new login.
+    void expectFault(const FakeAnswer& fault, const std::string& status, bool logsOut = false) {
         showNumbers();
         const std::size_t before = notifications_->received().size();
         claude_.setUsageAnswer(fault);
@@ -42,7 +42,6 @@ class FaultMatrix : public AppFixture {
         showNumbers(45);
         EXPECT_EQ(trayTitle(), "Claude 55% left, resets in 2h 0m")
             << model().state(ProviderID::claude).status;
-        return s.status;
     }
 };
 
@@ -68,30 +67,25 @@ TEST_F(FaultMatrix, ARefusalAsksForALoginButKeepsTheStoredOne) {
     expectFault(FakeAnswer::json("{}", 401), "Not logged in. Click Log in to Claude.", true);
 }
 
-TEST_F(FaultMatrix, AHungTransferEndsInABoundedErrorAndTheLoopRunsMeanwhile) {
-    // The page gives up after 15 s, the direct request after 15 s.
+// A slow service and its bot wall together: the page's request runs out of time, the direct
+// request meets the wall. That is no log-out: numbers, tray entry and login stay, nothing is posted.
+// Every wait is bounded, and the main loop runs all along, so the panel stays responsive.
+TEST_F(FaultMatrix, ASlowPageThenTheBotWallIsNotALogOutAndTheLoopRunsMeanwhile) {
+    WebSession::Limits quick;
+    quick.pageFetchAbort = 1s; // the page gives up after 1 s instead of 15
+    core_->session(ProviderID::claude).setLimits(quick);
+    claude_.site().setWall(fake::FakeSite::Wall::direct);
     int ticks = 0;
     guint counter = g_timeout_add(
         50, [](gpointer n) -> gboolean { return ++*static_cast<int*>(n), G_SOURCE_CONTINUE; }, &ticks);
     const gint64 start = g_get_monotonic_time();
-    const std::string status =
-        expectFault(hanging(), "| Direct: The request timed out. Showing last known numbers.");
+    expectFault(hanging(), "Blocked by 127.0.0.2's bot check. Showing last known numbers.");
     const double seconds = static_cast<double>(g_get_monotonic_time() - start) / G_USEC_PER_SEC;
     g_source_remove(counter);
-    EXPECT_LT(seconds, 45) << "every wait is bounded";
-    EXPECT_GT(ticks, static_cast<int>(seconds * 10))
-        << "the main loop kept running: the panel stays responsive";
-    EXPECT_NE(status.find("AbortError"), std::string::npos) << status;
-}
-
-// A slow service and its bot wall together: the page's request runs out of time, the direct
-// request meets the wall. That is no log-out: numbers, tray entry and login stay, nothing is posted.
-TEST_F(FaultMatrix, ASlowPageThenTheBotWallIsNotALogOut) {
-    WebSession::Limits quick;
-    quick.pageFetchAbort = 1s; // the page gives up after 6 s instead of 20
-    core_->session(ProviderID::claude).setLimits(quick);
-    claude_.site().setWall(fake::FakeSite::Wall::direct);
-    expectFault(hanging(), "Blocked by 127.0.0.2's bot check. Showing last known numbers.");
+    EXPECT_LT(seconds, 30) << "every wait is bounded";
+    EXPECT_GT(ticks, static_cast<int>(seconds * 10)) << "the main loop kept running";
+    EXPECT_NE(log_.text().find("Page fetch failed: AbortError"), std::string::npos)
+        << "the page gave up itself";
     EXPECT_EQ(claude_.site().walledDirect(), 2) << "one try, then one more after visiting the site";
     EXPECT_NE(log_.text().find("Visiting " + claude_.origin() + "/settings/usage for the site's check"),
               std::string::npos);
