@@ -15,10 +15,7 @@ const HttpResult orgs = http(200, R"([{"uuid":"org-1"},{"uuid":"org-2"}])");
 const HttpResult usage = http(200, R"({"five_hour":{"utilization":40,"resets_at":"2099-01-01T00:00:00Z"}})");
 const std::string wallPage = "<!DOCTYPE html><html><title>Just a moment...</title></html>";
 
-class ClaudeFetch : public ScriptedProviderTest<ClaudeProvider> {
-  protected:
-    ClaudeFetch() : ScriptedProviderTest("claude.test") {}
-};
+using ClaudeFetch = ScriptedProviderTest<ClaudeProvider>;
 
 } // namespace
 
@@ -27,8 +24,8 @@ TEST_F(ClaudeFetch, DiscoversTheFirstOrganizationOnceAndKeepsIt) {
     EXPECT_EQ(fetch().main->percentUsed, 40);
     fetch();
     ASSERT_EQ(web->calls.size(), 3u);
-    EXPECT_EQ(web->calls[0].url, "https://claude.test/api/organizations");
-    EXPECT_EQ(web->calls[1].url, "https://claude.test/api/organizations/org-1/usage");
+    EXPECT_EQ(web->calls[0].url, "https://service.test/api/organizations");
+    EXPECT_EQ(web->calls[1].url, "https://service.test/api/organizations/org-1/usage");
     EXPECT_EQ(web->calls[2].url, web->calls[1].url);
 }
 
@@ -45,24 +42,24 @@ TEST_F(ClaudeFetch, AnswersAndWhetherTheOrganizationIsKept) {
         // Organizations refused, or none usable: not logged in, without a usage request.
         {{http(401)}, "Not logged in", false},
         {{http(403)}, "Not logged in", false},
-        {{http(500)}, "HTTP 500 from claude.test", false},
+        {{http(500)}, "HTTP 500 from service.test", false},
         {{http(200, "[]")}, "Not logged in", false},
         {{http(200, "<html>")}, "Not logged in", false},
         {{http(200, R"([{"name":"x"}])")}, "Not logged in", false},
         {{orgs, http(401)}, "Not logged in", false},
         {{orgs, http(403, "{}")}, "Not logged in", false},
-        {{orgs, http(404)}, "HTTP 404 from claude.test", false},
-        {{orgs, http(500)}, "HTTP 500 from claude.test", true},
-        {{orgs, http(200, "[1,2]")}, "Unexpected response from claude.test", true},
+        {{orgs, http(404)}, "HTTP 404 from service.test", false},
+        {{orgs, http(500)}, "HTTP 500 from service.test", true},
+        {{orgs, http(200, "[1,2]")}, "Unexpected response from service.test", true},
         {{orgs, http(0, "Page: a | Direct: b")}, "Page: a | Direct: b", true},
         // One full visit of the site lets its check run; still walled after it, a bot check.
         {{orgs, wall, usage}, "no error", true},
-        {{orgs, wall, http(503, wallPage)}, "Blocked by claude.test's bot check", true},
-        {{orgs, http(403, "", {}, true), wall}, "Blocked by claude.test's bot check", true},
+        {{orgs, wall, http(503, wallPage)}, "Blocked by service.test's bot check", true},
+        {{orgs, http(403, "", {}, true), wall}, "Blocked by service.test's bot check", true},
         // 429 always, 503 only when it says when to come back; the wait comes along.
-        {{orgs, http(429, "", 120s)}, "Rate limited by claude.test for 120s", true},
-        {{orgs, http(503, wallPage, 120s)}, "Rate limited by claude.test for 120s", true},
-        {{orgs, http(503)}, "HTTP 503 from claude.test", true},
+        {{orgs, http(429, "", 120s)}, "Rate limited by service.test for 120s", true},
+        {{orgs, http(503, wallPage, 120s)}, "Rate limited by service.test for 120s", true},
+        {{orgs, http(503)}, "HTTP 503 from service.test", true},
     };
     for (const Row& row : rows) {
         provider->reset();

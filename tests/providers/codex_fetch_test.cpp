@@ -16,17 +16,14 @@ HttpResult session(const std::string& token) {
     return http(200, R"({"user":{"id":"u-1"},"accessToken":")" + token + R"("})");
 }
 
-class CodexFetch : public ScriptedProviderTest<CodexProvider> {
-  protected:
-    CodexFetch() : ScriptedProviderTest("chatgpt.test") {}
-};
+using CodexFetch = ScriptedProviderTest<CodexProvider>;
 
 } // namespace
 
 // The token is read from the session endpoint, kept for 900 seconds, and a refused one is replaced
 // once per fetch; refused again, it is dropped.
 TEST_F(CodexFetch, TheTokenIsKeptForAWhileAndReplacedOnceWhenRefused) {
-    const std::string ask = "session ", use = "https://chatgpt.test/backend-api/wham/usage Bearer tok-";
+    const std::string ask = "session ", use = "https://service.test/backend-api/wham/usage Bearer tok-";
     const struct {
         std::chrono::seconds wait;
         std::vector<HttpResult> answers;
@@ -44,7 +41,7 @@ TEST_F(CodexFetch, TheTokenIsKeptForAWhileAndReplacedOnceWhenRefused) {
         EXPECT_EQ(fetchWith(step.answers), step.error);
         std::string sent;
         for (const auto& call : web->calls)
-            sent += call.url == "https://chatgpt.test/api/auth/session"
+            sent += call.url == "https://service.test/api/auth/session"
                         ? ask
                         : call.url + " " + call.headers.at("Authorization") + " ";
         EXPECT_EQ(sent, step.sent);
@@ -59,15 +56,15 @@ TEST_F(CodexFetch, SessionAndUsageAnswers) {
         {{http(200, R"({"accessToken":""})")}, "Not logged in"},
         {{http(401)}, "Not logged in"},
         {{http(200, "<!DOCTYPE html><html>Just a moment...</html>")},
-         "chatgpt.test sent a page instead of session data"},
-        {{http(200, "[1]")}, "chatgpt.test sent a page instead of session data"},
-        {{http(403, "{}")}, "HTTP 403 from chatgpt.test"},
+         "service.test sent a page instead of session data"},
+        {{http(200, "[1]")}, "service.test sent a page instead of session data"},
+        {{http(403, "{}")}, "HTTP 403 from service.test"},
         // A 401 whose retry fails at the session endpoint reports that failure.
-        {{session("t"), http(401), http(500)}, "HTTP 500 from chatgpt.test"},
+        {{session("t"), http(401), http(500)}, "HTTP 500 from service.test"},
         {{session("t"), http(200, "<html>Just a moment...</html>")},
-         "chatgpt.test sent a page instead of usage data"},
-        {{session("t"), http(200, "[]")}, "chatgpt.test sent a page instead of usage data"},
-        {{session("t"), http(403)}, "HTTP 403 from chatgpt.test"}, // only a 401 means the token was refused
+         "service.test sent a page instead of usage data"},
+        {{session("t"), http(200, "[]")}, "service.test sent a page instead of usage data"},
+        {{session("t"), http(403)}, "HTTP 403 from service.test"}, // only a 401 means the token was refused
     };
     for (const auto& [answers, error] : rows) {
         provider->reset();

@@ -12,9 +12,6 @@ using nlohmann::json;
 namespace {
 const TimePoint now = sys_days(year(2025) / 1 / 1) + hours(8);
 
-UsageSnapshot parse(const char* text) {
-    return CodexProvider::parse(json::parse(text), now);
-}
 CodexProvider::WindowInfo window(const json& value, const std::string& id = "primary") {
     auto w = CodexProvider::window(value, id, now);
     if (!w) throw std::runtime_error("no window");
@@ -56,7 +53,7 @@ TEST(CodexParse, Answers) {
          message("No Codex usage limits on this account")},
     };
     for (const auto& [text, expected] : cases)
-        EXPECT_EQ(parse(text), expected) << text;
+        EXPECT_EQ(CodexProvider::parse(json::parse(text), now), expected) << text;
 }
 
 TEST(CodexParse, ResetTimeAndNotStarted) {

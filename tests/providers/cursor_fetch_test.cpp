@@ -7,14 +7,7 @@
 using namespace ostrel;
 using namespace ostrel::test;
 
-namespace {
-
-class CursorFetch : public ScriptedProviderTest<CursorProvider> {
-  protected:
-    CursorFetch() : ScriptedProviderTest("cursor.test") {}
-};
-
-} // namespace
+using CursorFetch = ScriptedProviderTest<CursorProvider>;
 
 TEST_F(CursorFetch, StatusesAndBodies) {
     const std::pair<HttpResult, std::string> rows[] = {
@@ -23,7 +16,7 @@ TEST_F(CursorFetch, StatusesAndBodies) {
         {http(200, "[]"), "Not logged in"},
         {http(401, "{}"), "Not logged in"},
         {http(403, "{}"), "Not logged in"},
-        {http(500, "{}"), "HTTP 500 from cursor.test"},
+        {http(500, "{}"), "HTTP 500 from service.test"},
         // A JSON object without the expected members is an answer, not an error.
         {http(200, R"({"membershipType":"free"})"), "no error"},
     };

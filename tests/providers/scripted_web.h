@@ -56,13 +56,14 @@ class ScriptedWeb final : public WebClient {
     int siteVisits = 0;
 };
 
-// A provider of type P wired to a scripted web client, with a clock the test moves.
+// A provider of type P for https://service.test, wired to a scripted web client, with a clock the test
+// moves.
 template <typename P> class ScriptedProviderTest : public ::testing::Test {
   protected:
-    explicit ScriptedProviderTest(const char* host) {
+    ScriptedProviderTest() {
         auto w = std::make_unique<ScriptedWeb>();
         web = w.get();
-        provider = std::make_unique<P>(std::move(w), ServiceEndpoint{"https", host, 0}, clock);
+        provider = std::make_unique<P>(std::move(w), ServiceEndpoint{"https", "service.test", 0}, clock);
     }
     UsageSnapshot fetch() { return runSync(provider->fetch(), std::chrono::seconds(5)); }
     // A fetch given `answers`, each asked for exactly once: the error text, with the wait a rate limit
