@@ -1,3 +1,4 @@
+#include "base/gauge_theme_id.h"
 #include "base/usage.h"
 
 #include <cmath>
@@ -10,6 +11,17 @@ TEST(ProviderID, StrictRawValues) {
         EXPECT_EQ(providerFromRaw(rawValue(id)), id);
     for (const char* bad : {"Claude", "", "codex "})
         EXPECT_EQ(providerFromRaw(bad), std::nullopt) << bad;
+}
+
+// The names are what settings files already hold: they must keep reading back as the same themes.
+TEST(GaugeTheme, PersistedNamesReadBackStrictly) {
+    const char* raws[] = {"theme1", "theme3", "theme4", "candle", "hearts", "plant"};
+    for (std::size_t i = 0; i < allGaugeThemes.size(); ++i) {
+        EXPECT_EQ(rawValue(allGaugeThemes[i]), raws[i]);
+        EXPECT_EQ(gaugeThemeFromRaw(raws[i]), allGaugeThemes[i]);
+    }
+    for (const char* bad : {"glass", "theme2", "Theme1", ""})
+        EXPECT_EQ(gaugeThemeFromRaw(bad), std::nullopt) << bad;
 }
 
 TEST(UsageLimit, PercentLeftIsClamped) {

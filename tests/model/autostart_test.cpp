@@ -40,7 +40,7 @@ TEST(Autostart, OnWritesAnEntryThatStartsTheProgramOffRemovesIt) {
         EXPECT_EQ(st.st_mode & 0777, 0700u) << "a folder we create is the user's alone";
 
         ASSERT_EQ(autostart.setEnabled(false), std::nullopt);
-        EXPECT_FALSE(fileExists(autostart.path()));
+        EXPECT_FALSE(g_file_test(autostart.path().c_str(), G_FILE_TEST_EXISTS));
         EXPECT_EQ(autostart.setEnabled(false), std::nullopt) << "already off is not a failure";
     }
 }
@@ -71,7 +71,7 @@ TEST(Autostart, FailuresSaySoAndLeaveWhatWasThere) {
     const auto off = blocked.setEnabled(false);
     ASSERT_TRUE(off);
     EXPECT_NE(off->find("could not be removed"), std::string::npos) << *off;
-    EXPECT_TRUE(fileExists(blocked.path() + "/keep"));
+    EXPECT_TRUE(g_file_test((blocked.path() + "/keep").c_str(), G_FILE_TEST_IS_DIR));
 }
 
 TEST(Autostart, PointsAtTheInstalledBinaryElseTheRunningOne) {

@@ -34,10 +34,6 @@ void writeFile(const std::string& path, const std::string& contents) {
         throw std::runtime_error("cannot write " + path);
 }
 
-bool fileExists(const std::string& path) {
-    return g_file_test(path.c_str(), G_FILE_TEST_EXISTS);
-}
-
 std::vector<std::string> splitLines(const std::string& text) {
     std::vector<std::string> out;
     std::istringstream in(text);
