@@ -175,7 +175,6 @@ TEST_F(PanelViewTest, OneServiceHasNoTabsAndNoneOrOneWithoutAProviderHasAMessage
     drain();
     EXPECT_EQ(shownPanel(), std::nullopt);
     EXPECT_EQ(view().mainScreen().message(), "All providers are turned off.\nTurn one on in Settings.");
-    EXPECT_EQ(view().currentPercentLeft(), std::nullopt);
     view().setScreen(PanelScreen::theme);
     EXPECT_EQ(slider().get_value(), 70) << "no current level";
     slider().set_value(12);

@@ -33,9 +33,7 @@ class ProviderPanelTest : public ::testing::Test {
         host = std::make_unique<Host>(*panel);
     }
     void TearDown() override {
-        host.reset();
-        panel.reset();
-        m.model->setHistory(nullptr);
+        m.model->setHistory(nullptr); // before the history goes
         setAnimations(true);
     }
     UsageView& usage() {
