@@ -18,16 +18,13 @@ using namespace ostrel;
 
 namespace {
 
-// Delivers a pointer event to the view's motion controller, as GTK would.
+// Delivers a pointer event to the view's motion controller, as GTK would ("leave" reads no position).
 void emitPointer(GaugeView& view, const char* signal, double x = 0, double y = 0) {
     auto controllers = adopt(G_LIST_MODEL(gtk_widget_observe_controllers(view.gobj())));
     for (guint i = 0; i < g_list_model_get_n_items(controllers.get()); ++i) {
         auto controller = adopt(static_cast<GObject*>(g_list_model_get_item(controllers.get(), i)));
         if (!GTK_IS_EVENT_CONTROLLER_MOTION(controller.get())) continue;
-        if (std::string_view(signal) == "leave")
-            g_signal_emit_by_name(controller.get(), signal);
-        else
-            g_signal_emit_by_name(controller.get(), signal, x, y);
+        g_signal_emit_by_name(controller.get(), signal, x, y);
     }
 }
 
