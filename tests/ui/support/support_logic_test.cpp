@@ -1,7 +1,6 @@
 // The rules of the support and feedback screens: the UPI link, amount parsing, the message gate and
 // the QR code's error-correction level; and the feedback sender against the loopback fake service.
 
-#include "async/loop.h"
 #include "fake_feedback.h"
 #include "support/loop.h"
 #include "support/test_env.h"

@@ -1,7 +1,6 @@
 // The feedback, support amount and payment screens under a real display; feedback goes to the
 // loopback fake feedback service.
 
-#include "async/loop.h"
 #include "fake_feedback.h"
 #include "panel_harness.h"
 #include "support/loop.h"
