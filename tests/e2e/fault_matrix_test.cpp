@@ -90,14 +90,3 @@ TEST_F(FaultMatrix, ASlowPageThenTheBotWallIsNotALogOutAndTheLoopRunsMeanwhile) 
     EXPECT_NE(log_.text().find("Visiting " + claude_.origin() + "/settings/usage for the site's check"),
               std::string::npos);
 }
-
-TEST_F(FaultMatrix, TheWebProcessCrashingIsRecoveredByTheNextRefresh) {
-    showNumbers();
-    ASSERT_TRUE(model().isLoggedIn(ProviderID::claude));
-    webkit_web_view_terminate_web_process(core_->session(ProviderID::claude).webView());
-    test::pump(500ms);
-    log_.take();
-    showNumbers(45);
-    EXPECT_EQ(trayTitle(), "Claude 55% left, resets in 2h 0m") << model().state(ProviderID::claude).status;
-    EXPECT_NE(log_.text().find("Page fetch → HTTP 200"), std::string::npos) << "the page itself came back";
-}

@@ -62,7 +62,7 @@ class WebSessionTest : public WebFixture {
 
 // The service's own page makes the request: the bot wall lets it through, script arguments arrive
 // as values, an HTTP error is an answer rather than a reason to fall back, and a page left on
-// another host is sent home first.
+// another host, or lost with its web process, is sent home first.
 TEST_F(WebSessionTest, ThePageRouteCarriesTheRequestAsGiven) {
     makeSession("/settings/usage");
     logIn();
@@ -94,6 +94,10 @@ TEST_F(WebSessionTest, ThePageRouteCarriesTheRequestAsGiven) {
     EXPECT_EQ(get(usageURL()).code, 200);
     EXPECT_TRUE(logged("] GET " + usageURL() + "\n")) << log_.text();
     EXPECT_TRUE(logged("Page ready: " + claude_.origin() + "/robots.txt")) << log_.text();
+    // A page whose web process died is loaded again; the direct route would meet the wall.
+    webkit_web_view_terminate_web_process(session_->webView());
+    pump(500ms);
+    EXPECT_EQ(get(usageURL()).code, 200);
     EXPECT_EQ(claude_.site().walledDirect(), 0);
 }
 
