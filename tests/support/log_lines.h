@@ -3,7 +3,6 @@
 
 #include "base/log.h"
 
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -26,21 +25,6 @@ class LogLines {
   private:
     std::vector<std::string> lines_;
     ScopedLogSink sink_{[this](const std::string& line) { lines_.push_back(line); }};
-};
-
-// Collects what is logged from its construction until finish(), which returns it as text (each line
-// ending in a line break) and lets the lines reach the output again.
-class LogCapture {
-  public:
-    LogCapture() : sink_(std::in_place, [this](const std::string& line) { text_ += line + "\n"; }) {}
-    std::string finish() {
-        sink_.reset();
-        return std::move(text_);
-    }
-
-  private:
-    std::string text_;
-    std::optional<ScopedLogSink> sink_;
 };
 
 } // namespace ostrel::test
