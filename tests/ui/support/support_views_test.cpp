@@ -21,57 +21,42 @@ using namespace ostrel::test;
 using namespace std::chrono_literals;
 using Kind = FeedbackView::Status::Kind;
 
-namespace {
-
-class FeedbackViewTest : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        ASSERT_TRUE(startGtk()) << "no display";
-        view = std::make_unique<FeedbackView>(service.origin() + "/api/feedback");
-        host = std::make_unique<Host>(*view);
-    }
-    void type(const std::string& message, const std::string& email = "") {
-        named<Gtk::TextView>(*view, "message").get_buffer()->set_text(message);
-        named<Gtk::Entry>(*view, "email").set_text(email);
-    }
-    Gtk::Button& sendButton() { return named<Gtk::Button>(*view, "send"); }
-
+TEST(FeedbackView, SendsAsTypedKeepsTheFormOnFailureThenThanksAndStartsAfresh) {
+    ASSERT_TRUE(startGtk()) << "no display";
     fake::FakeFeedback service;
-    std::unique_ptr<FeedbackView> view;
-    std::unique_ptr<Host> host;
-};
-
-} // namespace
-
-TEST_F(FeedbackViewTest, SendsAsTypedKeepsTheFormOnFailureThenThanksAndStartsAfresh) {
-    EXPECT_FALSE(sendButton().get_sensitive());
-    type(" \n\t \n", "me@example.com");
-    EXPECT_FALSE(sendButton().get_sensitive()) << "blanks are no message";
-    type(" \n x \n", "me@example.com");
+    FeedbackView view(service.origin() + "/api/feedback");
+    Host host(view);
+    auto& message = named<Gtk::TextView>(view, "message");
+    auto& send = named<Gtk::Button>(view, "send");
+    EXPECT_FALSE(send.get_sensitive());
+    named<Gtk::Entry>(view, "email").set_text("me@example.com");
+    message.get_buffer()->set_text(" \n\t \n");
+    EXPECT_FALSE(send.get_sensitive()) << "blanks are no message";
+    message.get_buffer()->set_text(" \n x \n");
     service.setAnswer(fake::FakeAnswer::json(R"({"error":"Please slow down."})", 429));
-    press(sendButton());
-    ASSERT_TRUE(runLoopUntil([&] { return view->status().kind != Kind::sending; }, 10s));
-    EXPECT_TRUE(named<Gtk::Label>(*view, "failure").get_visible());
-    EXPECT_EQ(named<Gtk::Label>(*view, "failure").get_text().raw(), "Please slow down.");
-    EXPECT_EQ(view->message(), " \n x \n");
+    press(send);
+    ASSERT_TRUE(runLoopUntil([&] { return view.status().kind != Kind::sending; }, 10s));
+    EXPECT_TRUE(named<Gtk::Label>(view, "failure").get_visible());
+    EXPECT_EQ(named<Gtk::Label>(view, "failure").get_text().raw(), "Please slow down.");
+    EXPECT_EQ(view.message(), " \n x \n");
 
     fake::FakeAnswer slow = fake::FakeAnswer::json("{}", 200);
     slow.delay = 300ms;
     service.setAnswer(slow);
-    press(sendButton());
-    EXPECT_EQ(view->status().kind, Kind::sending);
-    EXPECT_FALSE(sendButton().get_sensitive()) << "a second send while one is in flight";
-    ASSERT_TRUE(runLoopUntil([&] { return view->status().kind != Kind::sending; }, 10s));
+    press(send);
+    EXPECT_EQ(view.status().kind, Kind::sending);
+    EXPECT_FALSE(send.get_sensitive()) << "a second send while one is in flight";
+    ASSERT_TRUE(runLoopUntil([&] { return view.status().kind != Kind::sending; }, 10s));
     ASSERT_EQ(service.received().size(), 2u);
     EXPECT_EQ(nlohmann::json::parse(service.received()[1].body)["message"], " \n x \n");
     settle();
-    EXPECT_TRUE(findNamed(*view, "sent")->get_visible());
-    EXPECT_FALSE(sendButton().is_drawable());
+    EXPECT_TRUE(findNamed(view, "sent")->get_visible());
+    EXPECT_FALSE(send.is_drawable());
 
-    press(named<Gtk::Button>(*view, "send-another"));
-    EXPECT_EQ(view->email(), "");
-    EXPECT_EQ(named<Gtk::TextView>(*view, "message").get_buffer()->get_text().raw(), "");
-    EXPECT_FALSE(findNamed(*view, "sent")->get_visible());
+    press(named<Gtk::Button>(view, "send-another"));
+    EXPECT_EQ(view.email(), "");
+    EXPECT_EQ(message.get_buffer()->get_text().raw(), "");
+    EXPECT_FALSE(findNamed(view, "sent")->get_visible());
 }
 
 // Which texts are sendable is the amount rules' business; here, that the button and presets follow.
