@@ -2,10 +2,8 @@
 // What the panel's widget tests share: finding widgets by name or type, pressing buttons and keys,
 // stand-ins for named actions, and a window that hosts a widget at the panel's width.
 
-#include "model/usage_model.h"
 #include "scripted_model.h"
 #include "support/display.h"
-#include "support/test_env.h"
 
 #include <gtkmm/button.h>
 #include <gtkmm/label.h>

@@ -6,7 +6,6 @@
 #include "ui/panel/main_screen.h"
 #include "ui/panel/panel_window.h"
 #include "ui/panel/provider_tabs.h"
-#include "ui/panel/settings_view.h"
 #include "ui/panel/theme_picker_view.h"
 #include "ui/support/support_amount_view.h"
 
