@@ -20,13 +20,10 @@ using ClaudeFetch = ScriptedProviderTest<ClaudeProvider>;
 } // namespace
 
 TEST_F(ClaudeFetch, DiscoversTheFirstOrganizationOnceAndKeepsIt) {
-    web->answers = {orgs, usage, usage};
-    EXPECT_EQ(fetch().main->percentUsed, 40);
-    fetch();
-    ASSERT_EQ(web->calls.size(), 3u);
-    EXPECT_EQ(web->calls[0].url, "https://service.test/api/organizations");
+    EXPECT_EQ(fetchWith({orgs, usage}), "no error");
     EXPECT_EQ(web->calls[1].url, "https://service.test/api/organizations/org-1/usage");
-    EXPECT_EQ(web->calls[2].url, web->calls[1].url);
+    EXPECT_EQ(fetchWith({usage}), "no error");
+    EXPECT_EQ(web->calls[0].url, "https://service.test/api/organizations/org-1/usage");
 }
 
 // Each row starts without a known organization. Only a log-out or a 404 (the organization may have

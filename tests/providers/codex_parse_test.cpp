@@ -100,11 +100,10 @@ TEST(CodexParse, ResetTimeAndNotStarted) {
 TEST(CodexParse, TitlesByWindowLength) {
     const std::pair<double, const char*> cases[] = {
         {5 * 3600, "5-Hour Session"},   {5.4 * 3600, "5-Hour Session"}, {168 * 3600, "Weekly Limit"},
-        {167.5 * 3600, "Weekly Limit"}, {720 * 3600, "Monthly Limit"},  {672 * 3600, "Monthly Limit"},
-        {744 * 3600, "Monthly Limit"},  {745 * 3600, "31-Day Limit"},   {671 * 3600, "27-Day Limit"},
-        {72 * 3600, "3-Day Limit"},     {60 * 3600, "2-Day Limit"},     {48 * 3600, "2-Day Limit"},
-        {47 * 3600, "47-Hour Limit"},   {24 * 3600, "24-Hour Limit"},   {3600, "1-Hour Limit"},
-        {1800, "1-Hour Limit"},         {1799, "0-Hour Limit"},         {0, "0-Hour Limit"}};
+        {167.5 * 3600, "Weekly Limit"}, {672 * 3600, "Monthly Limit"},  {744 * 3600, "Monthly Limit"},
+        {745 * 3600, "31-Day Limit"},   {671 * 3600, "27-Day Limit"},   {72 * 3600, "3-Day Limit"},
+        {60 * 3600, "2-Day Limit"},     {48 * 3600, "2-Day Limit"},     {47 * 3600, "47-Hour Limit"},
+        {3600, "1-Hour Limit"},         {1800, "1-Hour Limit"},         {1799, "0-Hour Limit"}};
     for (const auto& [windowSeconds, title] : cases)
         EXPECT_EQ(CodexProvider::title(windowSeconds), title) << windowSeconds;
     // Lengths a window never passes in do not crash either.

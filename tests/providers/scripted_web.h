@@ -65,7 +65,6 @@ template <typename P> class ScriptedProviderTest : public ::testing::Test {
         web = w.get();
         provider = std::make_unique<P>(std::move(w), ServiceEndpoint{"https", "service.test", 0}, clock);
     }
-    UsageSnapshot fetch() { return runSync(provider->fetch(), std::chrono::seconds(5)); }
     // A fetch given `answers`, each asked for exactly once: the error text, with the wait a rate limit
     // asks for, or "no error".
     std::string fetchWith(const std::vector<HttpResult>& answers) {
@@ -73,7 +72,7 @@ template <typename P> class ScriptedProviderTest : public ::testing::Test {
         web->answers.assign(answers.begin(), answers.end());
         std::string error = "no error";
         try {
-            fetch();
+            runSync(provider->fetch(), std::chrono::seconds(5));
         } catch (const ProviderError& e) {
             const auto wait = e.retryAfter();
             error = e.what() + (wait ? " for " + std::to_string(wait->count()) + "s" : "");
