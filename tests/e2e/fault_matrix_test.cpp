@@ -45,12 +45,6 @@ class FaultMatrix : public AppFixture {
     }
 };
 
-FakeAnswer hanging() {
-    FakeAnswer a;
-    a.hang = true;
-    return a;
-}
-
 } // namespace
 
 // A page where the numbers should be, and a body far too big to be them.
@@ -75,11 +69,13 @@ TEST_F(FaultMatrix, ASlowPageThenTheBotWallIsNotALogOutAndTheLoopRunsMeanwhile) 
     quick.pageFetchAbort = 1s; // the page gives up after 1 s instead of 15
     core_->session(ProviderID::claude).setLimits(quick);
     claude_.site().setWall(fake::FakeSite::Wall::direct);
+    FakeAnswer hanging;
+    hanging.hang = true;
     int ticks = 0;
     guint counter = g_timeout_add(
         50, [](gpointer n) -> gboolean { return ++*static_cast<int*>(n), G_SOURCE_CONTINUE; }, &ticks);
     const gint64 start = g_get_monotonic_time();
-    expectFault(hanging(), "Blocked by 127.0.0.2's bot check. Showing last known numbers.");
+    expectFault(hanging, "Blocked by 127.0.0.2's bot check. Showing last known numbers.");
     const double seconds = static_cast<double>(g_get_monotonic_time() - start) / G_USEC_PER_SEC;
     g_source_remove(counter);
     EXPECT_LT(seconds, 30) << "every wait is bounded";

@@ -35,7 +35,6 @@ class StatusCommand : public ::testing::Test {
     void SetUp() override {
         m_.succeed(ProviderID::claude,
                    ScriptedModel::snapshot(m_.limit("session", 57, 2h), {m_.limit("weekly", 20)}));
-        m_.fail(ProviderID::cursor, ProviderError::needsLogin());
         service_ = std::make_unique<StatusService>(appBus_.get(), *m_.model, &history_);
     }
     ~StatusCommand() override {
