@@ -61,8 +61,8 @@ class WebSessionTest : public WebFixture {
 } // namespace
 
 // The service's own page makes the request: the bot wall lets it through, script arguments arrive
-// as values, an HTTP error is an answer rather than a reason to fall back, and a page left on
-// another host, or lost with its web process, is sent home first.
+// as values, an HTTP error is an answer rather than a reason to fall back, a page left on another
+// host is sent home first, and one whose web process died serves the next request again.
 TEST_F(WebSessionTest, ThePageRouteCarriesTheRequestAsGiven) {
     makeSession("/settings/usage");
     logIn();
@@ -94,7 +94,7 @@ TEST_F(WebSessionTest, ThePageRouteCarriesTheRequestAsGiven) {
     EXPECT_EQ(get(usageURL()).code, 200);
     EXPECT_TRUE(logged("] GET " + usageURL() + "\n")) << log_.text();
     EXPECT_TRUE(logged("Page ready: " + claude_.origin() + "/robots.txt")) << log_.text();
-    // A page whose web process died is loaded again; the direct route would meet the wall.
+    // Its web process gone, the page still serves the next request; the direct route meets the wall.
     webkit_web_view_terminate_web_process(session_->webView());
     pump(500ms);
     EXPECT_EQ(get(usageURL()).code, 200);
