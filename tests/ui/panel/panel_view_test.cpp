@@ -62,8 +62,6 @@ class PanelViewTest : public ::testing::Test {
     std::unique_ptr<PanelWindow> window;
 };
 
-// The settings screen: switches that write the settings, the reset-time switch of a service that is
-// off, account controls that follow the login, start at login, and the buttons for the app's actions.
 class SettingsViewTest : public PanelViewTest {
   protected:
     void SetUp() override {
@@ -133,9 +131,7 @@ TEST_F(PanelViewTest, EveryOpeningShowsMainAndRefreshesTheActiveServices) {
     window->popup();
     settle();
     EXPECT_EQ(view().screen(), PanelScreen::main);
-    EXPECT_EQ(fetches(claude), 2);
-    EXPECT_EQ(fetches(codex), 2);
-    EXPECT_EQ(fetches(cursor), 0);
+    EXPECT_EQ((std::array{fetches(claude), fetches(codex), fetches(cursor)}), (std::array{2, 2, 0}));
 
     window->close(); // closing hides, it does not destroy
     settle();
