@@ -35,13 +35,12 @@ TEST(Autostart, OnWritesAnEntryThatStartsTheProgramOffRemovesIt) {
         ASSERT_EQ(autostart.setEnabled(true), std::nullopt);
         EXPECT_TRUE(autostart.enabled());
         EXPECT_EQ(startedProgram(autostart.path()), program);
-        EXPECT_NE(readFile(autostart.path()).find("\nX-GNOME-Autostart-enabled=true\n"), std::string::npos);
         GStatBuf st;
         ASSERT_EQ(g_stat(dir.file("config/autostart").c_str(), &st), 0);
         EXPECT_EQ(st.st_mode & 0777, 0700u) << "a folder we create is the user's alone";
 
         ASSERT_EQ(autostart.setEnabled(false), std::nullopt);
-        EXPECT_FALSE(fileExists(autostart.path()));
+        EXPECT_FALSE(g_file_test(autostart.path().c_str(), G_FILE_TEST_EXISTS));
         EXPECT_EQ(autostart.setEnabled(false), std::nullopt) << "already off is not a failure";
     }
 }
@@ -51,7 +50,6 @@ TEST(Autostart, ReadsWhatOtherProgramsLeftThere) {
     Autostart autostart(dir.path(), "/usr/bin/ostrel");
     const std::string head = "[Desktop Entry]\nType=Application\nName=Ostrel\nExec=ostrel\n";
     for (const auto& [body, on] : {std::pair{head, true},
-                                   {head + "Hidden=false\n", true},
                                    {head + "Hidden=true\n", false},
                                    {head + "X-GNOME-Autostart-enabled=false\n", false},
                                    {std::string("not a desktop entry\n"), false}}) {
@@ -73,7 +71,7 @@ TEST(Autostart, FailuresSaySoAndLeaveWhatWasThere) {
     const auto off = blocked.setEnabled(false);
     ASSERT_TRUE(off);
     EXPECT_NE(off->find("could not be removed"), std::string::npos) << *off;
-    EXPECT_TRUE(fileExists(blocked.path() + "/keep"));
+    EXPECT_TRUE(g_file_test((blocked.path() + "/keep").c_str(), G_FILE_TEST_IS_DIR));
 }
 
 TEST(Autostart, PointsAtTheInstalledBinaryElseTheRunningOne) {
@@ -84,5 +82,4 @@ TEST(Autostart, PointsAtTheInstalledBinaryElseTheRunningOne) {
     g_chmod(installed.c_str(), 0755);
     EXPECT_EQ(autostartProgram(installed, "/build/ostrel"), installed);
     EXPECT_TRUE(runningBinary().ends_with("/model_tests")) << runningBinary();
-    EXPECT_EQ(autostartFolderFor(dir.file("settings.ini")), dir.file("autostart")) << "the demo's and tests'";
 }

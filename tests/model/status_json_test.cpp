@@ -1,6 +1,6 @@
-// The status for bars and scripts: its shape and values for a logged-in service with a forecast,
-// one that needs a login, one showing stale numbers after an error, and one that failed before
-// any numbers came.
+// The history following the model (a log-out keeps it, one pace warning per window) and the status
+// for bars and scripts built on it: a logged-in service with a forecast, one that needs a login, one
+// showing stale numbers after an error.
 #include "base/log.h"
 #include "model/status_json.h"
 #include "model/usage_history.h"
@@ -16,51 +16,46 @@ namespace {
 using namespace std::chrono_literals;
 using nlohmann::json;
 using test::ScriptedModel;
+constexpr ProviderID claude = ProviderID::claude, cursor = ProviderID::cursor, codex = ProviderID::codex;
 
-TEST(StatusJson, DescribesEveryActiveServiceInOrder) {
+TEST(UsageHistory, FollowsTheModelWarnsOncePerWindowAndFeedsTheStatus) {
     ScriptedModel m;
     ScopedLogSink sink([](const std::string&) {});
     UsageHistory history(*m.model, m.dir.file("history.sqlite"));
+    std::vector<std::string> warnings;
+    history.onPaceWarning = [&](ProviderID, const std::string& text) { warnings.push_back(text); };
+    // 1 % a minute with five hours to the reset: out in about 45 minutes, long before the reset.
+    auto window = [&](TimePoint reset) {
+        for (int minute = 0; minute <= 20; minute += 2) {
+            m.succeed(claude, ScriptedModel::snapshot(UsageLimit{"session", "Session", 37.0 + minute, reset},
+                                                      {m.limit("weekly", 12.5)}));
+            m.clock.advance(2min);
+        }
+    };
     const TimePoint reset = m.clock.now() + 5h;
-    for (int minute = 0; minute <= 20; minute += 2) {
-        m.succeed(ProviderID::claude,
-                  ScriptedModel::snapshot(UsageLimit{"session", "Session", 37.0 + minute, reset},
-                                          {m.limit("weekly", 12.5)}));
-        m.clock.advance(2min);
-    }
-    m.succeed(ProviderID::codex, ScriptedModel::snapshot(m.limit("5h", 20, 2h)));
-    m.fail(ProviderID::codex, std::runtime_error("timed out"));
-    m.fail(ProviderID::cursor, ProviderError::needsLogin());
+    window(reset);
+    EXPECT_EQ(history.mainReadings(claude).size(), 11u);
+    EXPECT_EQ(history.store().readings(claude, "weekly", TimePoint{}).size(), 1u);
+    ASSERT_EQ(warnings.size(), 1u);
+    EXPECT_EQ(warnings[0].rfind("Claude: at this pace you run out in ", 0), 0u) << warnings[0];
 
+    m.succeed(codex, ScriptedModel::snapshot(m.limit("5h", 20, 2h)));
+    m.fail(codex, std::runtime_error("timed out"));
+    m.fail(cursor, ProviderError::needsLogin());
     const json j = json::parse(statusJson(*m.model, &history, m.clock.now()));
     ASSERT_EQ(j["services"].size(), 3u);
-    const json& claude = j["services"][0];
-    EXPECT_EQ(claude["id"], "claude");
-    EXPECT_EQ(claude["name"], "Claude");
-    EXPECT_DOUBLE_EQ(claude["percentLeft"].get<double>(), 43.0);
-    EXPECT_EQ(claude["level"], "medium");
-    EXPECT_EQ(claude["resetsAt"], isoTime(reset));
-    ASSERT_TRUE(claude["runsOutAt"].is_string());
-    EXPECT_EQ(claude["runsOutAt"], isoTime(history.forecast(ProviderID::claude)->runsOutAt));
-    EXPECT_EQ(claude["needsLogin"], false);
-    EXPECT_EQ(claude["stale"], false);
-    EXPECT_EQ(claude["status"].get<std::string>().rfind("Updated ", 0), 0u);
-    EXPECT_EQ(claude["others"],
+    const json& c = j["services"][0];
+    EXPECT_DOUBLE_EQ(c["percentLeft"].get<double>(), 43.0);
+    EXPECT_EQ(c["level"], "medium");
+    EXPECT_EQ(c["resetsAt"], isoTime(reset));
+    EXPECT_EQ(c["runsOutAt"], isoTime(history.forecast(claude)->runsOutAt));
+    EXPECT_EQ(c["stale"], false);
+    EXPECT_EQ(c["others"],
               json::parse(R"([{"id":"weekly","title":"weekly","percentLeft":87.5,"resetsAt":null}])"));
-
-    const json& cursor = j["services"][1];
-    EXPECT_EQ(cursor["id"], "cursor");
-    EXPECT_TRUE(cursor["percentLeft"].is_null());
-    EXPECT_TRUE(cursor["resetsAt"].is_null());
-    EXPECT_EQ(cursor["needsLogin"], true);
-    EXPECT_EQ(cursor["status"], "Not logged in. Click Log in to Cursor.");
-
-    const json& codex = j["services"][2];
-    EXPECT_DOUBLE_EQ(codex["percentLeft"].get<double>(), 80.0);
-    EXPECT_EQ(codex["level"], "veryHigh");
-    EXPECT_EQ(codex["stale"], true);
-    EXPECT_TRUE(codex["runsOutAt"].is_null());
-    EXPECT_EQ(codex["status"], "Error: timed out. Showing last known numbers.");
+    EXPECT_TRUE(j["services"][1]["percentLeft"].is_null());
+    EXPECT_EQ(j["services"][1]["needsLogin"], true);
+    EXPECT_EQ(j["services"][2]["stale"], true);
+    EXPECT_TRUE(j["services"][2]["runsOutAt"].is_null());
     EXPECT_EQ(j["updatedAt"], isoTime(m.clock.now()));
 
     // The bar line: the lowest service sets class and percentage; the forecast joins the tooltip.
@@ -72,20 +67,11 @@ TEST(StatusJson, DescribesEveryActiveServiceInOrder) {
     EXPECT_EQ(tooltip.rfind(m.model->trayAccessibilityText() + "\nClaude: At this pace: runs out in ", 0), 0u)
         << tooltip;
 
-    // Disabled services leave the document; an error before any numbers is not stale.
-    m.settings.setProviderEnabled(ProviderID::claude, false);
-    test::drain();
-    m.fail(ProviderID::cursor, std::runtime_error("offline"));
-    const json k = json::parse(statusJson(*m.model, &history, m.clock.now()));
-    ASSERT_EQ(k["services"].size(), 2u);
-    EXPECT_EQ(k["services"][0]["id"], "cursor");
-    EXPECT_EQ(k["services"][0]["stale"], false);
-}
-
-TEST(StatusJson, NothingLoggedInReadsAsPlainOstrel) {
-    ScriptedModel m;
-    const json bar = json::parse(waybarJson(*m.model, nullptr));
-    EXPECT_EQ(bar, json::parse(R"({"text":"Ostrel","tooltip":"Ostrel","class":"none"})"));
+    // A log-out keeps the history; a new window at the same pace warns again, once.
+    runSync(m.model->logOut(claude), 5s);
+    EXPECT_EQ(history.store().readings(claude, "session", TimePoint{}).size(), 11u);
+    window(reset + 5h);
+    EXPECT_EQ(warnings.size(), 2u);
 }
 
 } // namespace

@@ -11,126 +11,59 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const char* orgs = R"([{"uuid":"org-1"},{"uuid":"org-2"}])";
-const char* usage = R"({"five_hour":{"utilization":40,"resets_at":"2099-01-01T00:00:00Z"}})";
+const HttpResult orgs = http(200, R"([{"uuid":"org-1"},{"uuid":"org-2"}])");
+const HttpResult usage = http(200, R"({"five_hour":{"utilization":40,"resets_at":"2099-01-01T00:00:00Z"}})");
+const std::string wallPage = "<!DOCTYPE html><html><title>Just a moment...</title></html>";
 
-class ClaudeFetch : public ScriptedProviderTest<ClaudeProvider> {
-  protected:
-    ClaudeFetch() : ScriptedProviderTest("claude.test") {}
-};
+using ClaudeFetch = ScriptedProviderTest<ClaudeProvider>;
 
 } // namespace
 
 TEST_F(ClaudeFetch, DiscoversTheFirstOrganizationOnceAndKeepsIt) {
-    web->answer(200, orgs);
-    web->answer(200, usage);
-    web->answer(200, usage);
-    EXPECT_EQ(fetch().main->percentUsed, 40);
-    fetch();
-    ASSERT_EQ(web->calls.size(), 3u);
-    EXPECT_EQ(web->calls[0].url, "https://claude.test/api/organizations");
-    EXPECT_EQ(web->calls[1].url, "https://claude.test/api/organizations/org-1/usage");
-    EXPECT_EQ(web->calls[2].url, web->calls[1].url);
-    EXPECT_TRUE(web->calls[1].headers.empty());
+    EXPECT_EQ(fetchWith({orgs, usage}), "no error");
+    EXPECT_EQ(web->calls[1].url, "https://service.test/api/organizations/org-1/usage");
+    EXPECT_EQ(fetchWith({usage}), "no error");
+    EXPECT_EQ(web->calls[0].url, "https://service.test/api/organizations/org-1/usage");
 }
 
-TEST_F(ClaudeFetch, A404RediscoversButA500DoesNot) {
-    web->answer(200, orgs);
-    web->answer(500, "");
-    EXPECT_EQ(fetchError(), "HTTP 500 from claude.test");
-    web->answer(404, "");
-    EXPECT_EQ(fetchError(), "HTTP 404 from claude.test");
-    EXPECT_FALSE(provider->usageURL());
-    web->answer(200, orgs);
-    web->answer(200, usage);
-    fetch();
-    ASSERT_EQ(web->calls.size(), 5u);
-    EXPECT_EQ(web->calls[3].url, "https://claude.test/api/organizations");
-}
-
-TEST_F(ClaudeFetch, LoginErrorsDropTheCachedURL) {
-    for (int code : {401, 403}) {
-        web->answer(200, orgs);
-        web->answer(code, "");
-        EXPECT_EQ(fetchError(), "Not logged in");
-        EXPECT_FALSE(provider->usageURL());
-    }
-    // Organizations refused, or none usable: not logged in, without a second request.
-    for (const char* body : {"[]", "{}", "<html>", R"([{"name":"x"}])", R"([{"uuid":7}])"}) {
-        web->calls.clear();
-        web->answer(200, body);
-        EXPECT_EQ(fetchError(), "Not logged in") << body;
-        EXPECT_EQ(web->calls.size(), 1u);
-    }
-    web->answer(403, R"({"type":"error"})");
-    EXPECT_EQ(fetchError(), "Not logged in");
-    web->answer(502, "");
-    EXPECT_EQ(fetchError(), "HTTP 502 from claude.test");
-}
-
-TEST_F(ClaudeFetch, ABadBodyKeepsTheOrganizationAndResetForgetsIt) {
-    web->answer(200, orgs);
-    web->answer(200, "[1,2]");
-    EXPECT_EQ(fetchError(), "Unexpected response from claude.test");
-    EXPECT_TRUE(provider->usageURL()) << "a bad body does not forget the organization";
-    web->answerWith([](const ScriptedWeb::Call&) -> HttpResult { throw WebError("Page: a | Direct: b"); });
-    EXPECT_EQ(fetchError(), "Page: a | Direct: b") << "web errors pass through";
-    provider->reset();
-    EXPECT_FALSE(provider->usageURL());
-}
-
-// The site's bot check and a rate limit are not the service's answers: neither is a log-out, and
-// neither loses what the provider knows about the account.
-TEST_F(ClaudeFetch, BotChecksAndRateLimitsAreTheirOwnErrors) {
-    const char* wall = "<!DOCTYPE html><html><title>Just a moment...</title></html>";
-    auto kindOfFailure = [this] {
-        try {
-            fetch();
-        } catch (const ProviderError& e) {
-            return e.kind();
-        }
-        return ProviderError::Kind::http;
+// Each row starts without a known organization. Only a log-out or a 404 (the organization may have
+// changed) forgets it; a bot check or a rate limit is not the service's answer and loses nothing.
+TEST_F(ClaudeFetch, AnswersAndWhetherTheOrganizationIsKept) {
+    const HttpResult wall = http(403, wallPage);
+    struct Row {
+        std::vector<HttpResult> answers;
+        std::string error;
+        bool keepsOrg;
     };
-    web->answer(200, orgs);
-    web->answer(200, usage);
-    fetch();
-    // One full visit of the site lets its check run; the retry then passes.
-    web->answer(403, wall);
-    web->answer(200, usage);
-    EXPECT_EQ(fetch().main->percentUsed, 40);
-    EXPECT_EQ(web->siteVisits, 1);
-    // Still walled after the visit: a bot check, and the organization is kept.
-    web->answer(403, wall);
-    web->answer(503, wall);
-    EXPECT_EQ(fetchError(), "Blocked by claude.test's bot check");
-    EXPECT_TRUE(provider->usageURL());
-    web->answerWith([](const ScriptedWeb::Call&) {
-        HttpResult r;
-        r.code = 403;
-        r.challenge = true; // marked by the site even without a page
-        return r;
-    });
-    web->answer(403, wall);
-    EXPECT_EQ(kindOfFailure(), ProviderError::Kind::botCheck);
-    // 429 always, 503 only when it says when to come back; the wait comes along.
-    for (int code : {429, 503}) {
-        web->answerWith([code](const ScriptedWeb::Call&) {
-            HttpResult r;
-            r.code = code;
-            r.retryAfter = std::chrono::seconds(120);
-            return r;
-        });
-        try {
-            fetch();
-            ADD_FAILURE() << code << " did not fail";
-        } catch (const ProviderError& e) {
-            EXPECT_EQ(e.kind(), ProviderError::Kind::rateLimited) << code;
-            EXPECT_EQ(e.retryAfter(), std::chrono::seconds(120)) << code;
-        }
+    const Row rows[] = {
+        // Organizations refused, or none usable: not logged in, without a usage request.
+        {{http(401)}, "Not logged in", false},
+        {{http(403)}, "Not logged in", false},
+        {{http(500)}, "HTTP 500 from service.test", false},
+        {{http(200, "[]")}, "Not logged in", false},
+        {{http(200, "<html>")}, "Not logged in", false},
+        {{http(200, R"([{"name":"x"}])")}, "Not logged in", false},
+        {{orgs, http(401)}, "Not logged in", false},
+        {{orgs, http(403, "{}")}, "Not logged in", false},
+        {{orgs, http(404)}, "HTTP 404 from service.test", false},
+        {{orgs, http(500)}, "HTTP 500 from service.test", true},
+        {{orgs, http(200, "[1,2]")}, "Unexpected response from service.test", true},
+        {{orgs, http(0, "Page: a | Direct: b")}, "Page: a | Direct: b", true},
+        // One full visit of the site lets its check run; still walled after it, a bot check.
+        {{orgs, wall, usage}, "no error", true},
+        {{orgs, wall, http(503, wallPage)}, "Blocked by service.test's bot check", true},
+        {{orgs, http(403, "", {}, true), wall}, "Blocked by service.test's bot check", true},
+        // 429 always, 503 only when it says when to come back; the wait comes along.
+        {{orgs, http(429, "", 120s)}, "Rate limited by service.test for 120s", true},
+        {{orgs, http(503, wallPage, 120s)}, "Rate limited by service.test for 120s", true},
+        {{orgs, http(503)}, "HTTP 503 from service.test", true},
+    };
+    for (const Row& row : rows) {
+        provider->reset();
+        EXPECT_EQ(fetchWith(row.answers), row.error) << row.answers.back().code << row.answers.back().body;
+        EXPECT_EQ(provider->usageURL().has_value(), row.keepsOrg) << row.error;
     }
-    web->answer(503, "");
-    EXPECT_EQ(fetchError(), "HTTP 503 from claude.test");
-    EXPECT_TRUE(provider->usageURL());
+    EXPECT_EQ(web->siteVisits, 3);
 }
 
 TEST(RetryAfter, OnlyWholeSecondsAreRead) {

@@ -10,76 +10,64 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const char* sessionURL = "https://chatgpt.test/api/auth/session";
-const char* usage = R"({"plan_type":"plus","rate_limit":{"primary_window":
-    {"used_percent":30,"limit_window_seconds":18000,"reset_after_seconds":3600}}})";
+const HttpResult usage = http(200, R"({"rate_limit":{"primary_window":{"used_percent":30}}})");
 
-std::string session(const std::string& token) {
-    return R"({"user":{"id":"u-1"},"accessToken":")" + token + R"("})";
+HttpResult session(const std::string& token) {
+    return http(200, R"({"user":{"id":"u-1"},"accessToken":")" + token + R"("})");
 }
 
-class CodexFetch : public ScriptedProviderTest<CodexProvider> {
-  protected:
-    CodexFetch() : ScriptedProviderTest("chatgpt.test") {}
-};
+using CodexFetch = ScriptedProviderTest<CodexProvider>;
 
 } // namespace
 
-// Reusing the token and replacing a refused one are tested on the real engine against the fake
-// site; here, that a token refused twice in one fetch is not sent again.
-TEST_F(CodexFetch, ATokenRefusedTwiceIsDropped) {
-    web->answer(200, session("tok-1"));
-    web->answer(401, "");
-    web->answer(200, session("tok-2"));
-    web->answer(401, "");
-    EXPECT_EQ(fetchError(), "Not logged in");
-    EXPECT_EQ(web->calls.size(), 4u) << "no third attempt";
-    web->answer(200, session("tok-3"));
-    web->answer(200, usage);
-    EXPECT_EQ(fetch().main->percentUsed, 30);
-    EXPECT_EQ(web->calls[4].url, sessionURL);
+// The token is read from the session endpoint, kept for 900 seconds, and a refused one is replaced
+// once per fetch; refused again, it is dropped.
+TEST_F(CodexFetch, TheTokenIsKeptForAWhileAndReplacedOnceWhenRefused) {
+    const std::string ask = "session ", use = "https://service.test/backend-api/wham/usage Bearer tok-";
+    const struct {
+        std::chrono::seconds wait;
+        std::vector<HttpResult> answers;
+        std::string error, sent;
+    } steps[] = {
+        {0s, {session("tok-1"), usage}, "no error", ask + use + "1 "},
+        {900s, {usage}, "no error", use + "1 "},
+        {1s, {session("tok-2"), usage}, "no error", ask + use + "2 "},
+        {0s, {http(401), session("tok-3"), usage}, "no error", use + "2 " + ask + use + "3 "},
+        {0s, {http(401), session("tok-4"), http(401)}, "Not logged in", use + "3 " + ask + use + "4 "},
+        {0s, {session("tok-5"), usage}, "no error", ask + use + "5 "},
+    };
+    for (const auto& step : steps) {
+        clock.advance(step.wait);
+        EXPECT_EQ(fetchWith(step.answers), step.error);
+        std::string sent;
+        for (const auto& call : web->calls)
+            sent += call.url == "https://service.test/api/auth/session"
+                        ? ask
+                        : call.url + " " + call.headers.at("Authorization") + " ";
+        EXPECT_EQ(sent, step.sent);
+    }
 }
 
-TEST_F(CodexFetch, SessionEndpointAnswers) {
-    // Logged out: no usage request is made.
-    for (const char* body : {"{}", R"({"accessToken":""})", R"({"accessToken":42})"}) {
-        web->calls.clear();
-        web->answer(200, body);
-        EXPECT_EQ(fetchError(), "Not logged in") << body;
-        EXPECT_EQ(web->calls.size(), 1u) << body;
+// Each row starts without a token.
+TEST_F(CodexFetch, SessionAndUsageAnswers) {
+    const std::pair<std::vector<HttpResult>, std::string> rows[] = {
+        // Logged out: no usage request is made.
+        {{http(200, "{}")}, "Not logged in"},
+        {{http(200, R"({"accessToken":""})")}, "Not logged in"},
+        {{http(401)}, "Not logged in"},
+        {{http(200, "<!DOCTYPE html><html>Just a moment...</html>")},
+         "service.test sent a page instead of session data"},
+        {{http(200, "[1]")}, "service.test sent a page instead of session data"},
+        {{http(403, "{}")}, "HTTP 403 from service.test"},
+        // A 401 whose retry fails at the session endpoint reports that failure.
+        {{session("t"), http(401), http(500)}, "HTTP 500 from service.test"},
+        {{session("t"), http(200, "<html>Just a moment...</html>")},
+         "service.test sent a page instead of usage data"},
+        {{session("t"), http(200, "[]")}, "service.test sent a page instead of usage data"},
+        {{session("t"), http(403)}, "HTTP 403 from service.test"}, // only a 401 means the token was refused
+    };
+    for (const auto& [answers, error] : rows) {
+        provider->reset();
+        EXPECT_EQ(fetchWith(answers), error) << answers.back().body;
     }
-    web->answer(401, "");
-    EXPECT_EQ(fetchError(), "Not logged in");
-    for (const char* body : {"<!DOCTYPE html><html>Just a moment...</html>", "[1]"}) {
-        web->answer(200, body);
-        EXPECT_EQ(fetchError(), "chatgpt.test sent a page instead of session data") << body;
-    }
-    web->answer(403, "{}");
-    EXPECT_EQ(fetchError(), "HTTP 403 from chatgpt.test");
-    // A 401 on the usage request whose retry fails at the session endpoint reports that failure.
-    web->answer(200, session("tok-1"));
-    web->answer(401, "");
-    web->answer(500, "");
-    EXPECT_EQ(fetchError(), "HTTP 500 from chatgpt.test");
-}
-
-TEST_F(CodexFetch, UsageEndpointAnswers) {
-    web->answer(200, session("tok-1"));
-    web->answer(200, "<html>Just a moment...</html>");
-    EXPECT_EQ(fetchError(), "chatgpt.test sent a page instead of usage data");
-    web->answer(200, "[]");
-    EXPECT_EQ(fetchError(), "chatgpt.test sent a page instead of usage data");
-    web->answer(403, "");
-    EXPECT_EQ(fetchError(), "HTTP 403 from chatgpt.test") << "only a 401 means the token was refused";
-    web->answer(409, "");
-    EXPECT_EQ(fetchError(), "HTTP 409 from chatgpt.test");
-    web->answerWith([](const ScriptedWeb::Call&) -> HttpResult { throw WebError("Page: a | Direct: b"); });
-    EXPECT_EQ(fetchError(), "Page: a | Direct: b") << "web errors pass through";
-    EXPECT_EQ(web->calls.size(), 6u) << "none of these drops the token";
-
-    provider->reset();
-    web->answer(200, session("tok-2"));
-    web->answer(200, R"({"plan_type":"free"})");
-    EXPECT_EQ(fetch().message, "Free plan: no Codex usage to track");
-    EXPECT_EQ(web->calls[6].url, sessionURL) << "reset() forgets the token";
 }

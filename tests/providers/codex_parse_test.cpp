@@ -12,9 +12,6 @@ using nlohmann::json;
 namespace {
 const TimePoint now = sys_days(year(2025) / 1 / 1) + hours(8);
 
-UsageSnapshot parse(const char* text) {
-    return CodexProvider::parse(json::parse(text), now);
-}
 CodexProvider::WindowInfo window(const json& value, const std::string& id = "primary") {
     auto w = CodexProvider::window(value, id, now);
     if (!w) throw std::runtime_error("no window");
@@ -22,93 +19,91 @@ CodexProvider::WindowInfo window(const json& value, const std::string& id = "pri
 }
 } // namespace
 
-TEST(CodexParse, PrimaryIsMainAndSecondaryTheOther) {
-    const auto s = parse(R"({"plan_type":"plus","rate_limit":{
-        "primary_window":{"used_percent":30,"limit_window_seconds":18000,"reset_after_seconds":3600},
-        "secondary_window":{"used_percent":0,"limit_window_seconds":604800,"reset_after_seconds":604800}}})");
-    ASSERT_TRUE(s.main);
-    EXPECT_FALSE(s.mainNotStarted);
-    EXPECT_EQ(*s.main, (UsageLimit{"primary", "5-Hour Session", 30, now + hours(1)}));
-    ASSERT_EQ(s.others.size(), 1u);
-    // The other window is shown as read, even though it has not started.
-    EXPECT_EQ(s.others[0], (UsageLimit{"secondary", "Weekly Limit", 0, now + days(7)}));
-    EXPECT_FALSE(s.note);
-    EXPECT_FALSE(s.message);
-
-    const auto only = parse(R"({"rate_limit":{"primary_window":"none",
-        "secondary_window":{"used_percent":12,"reset_after_seconds":60}}})");
-    ASSERT_TRUE(only.main);
-    EXPECT_EQ(only.main->id, "secondary");
-    EXPECT_EQ(only.main->title, "Weekly Limit") << "no window length: named by its id";
-    EXPECT_TRUE(only.others.empty());
+TEST(CodexParse, Answers) {
+    const auto message = [](const char* text) {
+        return UsageSnapshot{std::nullopt, false, {}, std::nullopt, text};
+    };
+    const std::pair<const char*, UsageSnapshot> cases[] = {
+        // The primary window is the main limit, the secondary one the other, shown as read even
+        // though it has not started.
+        {R"({"plan_type":"plus","rate_limit":{
+            "primary_window":{"used_percent":30,"limit_window_seconds":18000,"reset_after_seconds":3600},
+            "secondary_window":{"used_percent":0,"limit_window_seconds":604800,"reset_after_seconds":604800}}})",
+         {UsageLimit{"primary", "5-Hour Session", 30, now + hours(1)},
+          false,
+          {{"secondary", "Weekly Limit", 0, now + days(7)}},
+          std::nullopt,
+          std::nullopt}},
+        // No window length: named by its id.
+        {R"({"rate_limit":{"primary_window":"none","secondary_window":{"used_percent":12,"reset_after_seconds":60}}})",
+         {UsageLimit{"secondary", "Weekly Limit", 12, now + seconds(60)},
+          false,
+          {},
+          std::nullopt,
+          std::nullopt}},
+        // A window not started shows as the placeholder, keeping its title.
+        {R"({"rate_limit":{"primary_window":
+            {"used_percent":80,"limit_window_seconds":604800,"reset_at":"2025-01-01T08:00:00Z"}}})",
+         {UsageLimit{"primary", "Weekly Limit", 0, std::nullopt}, true, {}, std::nullopt, std::nullopt}},
+        // No windows: the plan's message.
+        {R"({"plan_type":"free","rate_limit":null})", message("Free plan: no Codex usage to track")},
+        {R"({"plan_type":"plus"})", message("No Codex usage limits on this account")},
+        {R"({"plan_type":"FREE","rate_limit":{}})", message("No Codex usage limits on this account")},
+        {R"({"rate_limit":{"primary_window":{"used_percent":"30"}}})",
+         message("No Codex usage limits on this account")},
+    };
+    for (const auto& [text, expected] : cases)
+        EXPECT_EQ(CodexProvider::parse(json::parse(text), now), expected) << text;
 }
 
-TEST(CodexParse, NoWindowsGiveThePlanMessage) {
-    const auto free = parse(R"({"plan_type":"free","rate_limit":null})");
-    EXPECT_FALSE(free.main);
-    EXPECT_FALSE(free.mainNotStarted);
-    EXPECT_EQ(free.message, "Free plan: no Codex usage to track");
-    for (const char* text : {R"({"plan_type":"plus"})", "{}", R"({"plan_type":"FREE","rate_limit":{}})",
-                             R"({"rate_limit":{"primary_window":{"used_percent":"30"}}})"})
-        EXPECT_EQ(parse(text).message, "No Codex usage limits on this account") << text;
-}
-
-TEST(CodexParse, ResetTimeSources) {
+TEST(CodexParse, ResetTimeAndNotStarted) {
     const TimePoint at = sys_days(year(2025) / 1 / 1) + hours(10) + milliseconds(123);
-    const auto inSeconds = window(json::parse(R"({"used_percent":5,"reset_at":1735725600.123})"));
-    const auto inMillis = window(json::parse(R"({"used_percent":5,"reset_at":1735725600123})"));
-    EXPECT_EQ(inSeconds.limit.resetsAt, at);
-    EXPECT_EQ(inMillis.limit.resetsAt, at);
-    EXPECT_EQ(
-        window(json::parse(R"({"used_percent":5,"reset_at":"2025-01-01T10:00:00.123987Z"})")).limit.resetsAt,
-        at);
-    // "reset_at" wins over the seconds to go.
-    EXPECT_EQ(window(json::parse(R"({"used_percent":5,"reset_at":1735725600.123,"reset_after_seconds":5})"))
-                  .limit.resetsAt,
-              at);
-    // Unreadable text is no reset time at all; it does not fall back to the seconds to go.
-    const auto badText =
-        window(json::parse(R"({"used_percent":5,"reset_at":"soon","reset_after_seconds":60})"));
-    EXPECT_FALSE(badText.limit.resetsAt);
-    EXPECT_FALSE(badText.notStarted);
-    // A "reset_at" of another kind is no "reset_at".
-    EXPECT_EQ(
-        window(json::parse(R"({"used_percent":5,"reset_at":{},"reset_after_seconds":60})")).limit.resetsAt,
-        now + seconds(60));
-}
-
-TEST(CodexParse, NotStartedRule) {
-    // Nothing used and the whole window still ahead (within a minute of its length).
-    const auto fresh = parse(R"({"rate_limit":{"primary_window":
-        {"used_percent":0,"limit_window_seconds":18000,"reset_after_seconds":17941}}})");
-    EXPECT_TRUE(fresh.mainNotStarted);
-    EXPECT_EQ(*fresh.main, (UsageLimit{"primary", "5-Hour Session", 0, std::nullopt}));
-
-    // Nothing used but part of the window gone: it runs, at 0.
-    const auto running = window(json::parse(R"({"used_percent":0,"limit_window_seconds":18000,
-                                                 "reset_after_seconds":17939})"));
-    EXPECT_FALSE(running.notStarted);
-    EXPECT_EQ(running.limit.resetsAt, now + seconds(17939));
-
-    // A reset time at or before now: over, so not started, and the placeholder keeps the title.
-    const auto over = parse(R"({"rate_limit":{"primary_window":
-        {"used_percent":80,"limit_window_seconds":604800,"reset_at":"2025-01-01T08:00:00Z"}}})");
-    EXPECT_TRUE(over.mainNotStarted);
-    EXPECT_EQ(*over.main, (UsageLimit{"primary", "Weekly Limit", 0, std::nullopt}));
-
-    // No reset time: started exactly when something was used.
-    EXPECT_TRUE(window(json::parse(R"({"used_percent":0})")).notStarted);
-    EXPECT_FALSE(window(json::parse(R"({"used_percent":0.5})")).notStarted);
+    struct Case {
+        const char* window;
+        std::optional<TimePoint> resetsAt;
+        bool notStarted;
+    };
+    const Case cases[] = {
+        {R"({"used_percent":5,"reset_at":1735725600.123})", at, false},
+        {R"({"used_percent":5,"reset_at":1735725600123})", at, false}, // in milliseconds
+        {R"({"used_percent":5,"reset_at":"2025-01-01T10:00:00.123987Z"})", at, false},
+        // "reset_at" wins over the seconds to go.
+        {R"({"used_percent":5,"reset_at":1735725600.123,"reset_after_seconds":5})", at, false},
+        // Unreadable text is no reset time at all; it does not fall back to the seconds to go.
+        {R"({"used_percent":5,"reset_at":"soon","reset_after_seconds":60})", std::nullopt, false},
+        // A "reset_at" of another kind is no "reset_at".
+        {R"({"used_percent":5,"reset_at":{},"reset_after_seconds":60})", now + seconds(60), false},
+        // Nothing used and the whole window still ahead (within a minute of its length): not started.
+        {R"({"used_percent":0,"limit_window_seconds":18000,"reset_after_seconds":17941})",
+         now + seconds(17941), true},
+        // Nothing used but part of the window gone: it runs, at 0.
+        {R"({"used_percent":0,"limit_window_seconds":18000,"reset_after_seconds":17939})",
+         now + seconds(17939), false},
+        // A reset time at or before now: over, so not started.
+        {R"({"used_percent":80,"reset_at":"2025-01-01T08:00:00Z"})", now, true},
+        // Seconds to go that no time point holds cannot make a window with a reset time ahead count
+        // as not started.
+        {R"({"used_percent":0,"limit_window_seconds":18000,"reset_after_seconds":1e300,
+             "reset_at":"2025-01-01T09:00:00Z"})",
+         now + hours(1), false},
+        // No reset time: started exactly when something was used.
+        {R"({"used_percent":0})", std::nullopt, true},
+        {R"({"used_percent":0.5})", std::nullopt, false},
+    };
+    for (const Case& c : cases) {
+        const auto w = window(json::parse(c.window));
+        EXPECT_EQ(w.limit.resetsAt, c.resetsAt) << c.window;
+        EXPECT_EQ(w.notStarted, c.notStarted) << c.window;
+    }
 }
 
 TEST(CodexParse, TitlesByWindowLength) {
     const std::pair<double, const char*> cases[] = {
         {5 * 3600, "5-Hour Session"},   {5.4 * 3600, "5-Hour Session"}, {168 * 3600, "Weekly Limit"},
-        {167.5 * 3600, "Weekly Limit"}, {720 * 3600, "Monthly Limit"},  {672 * 3600, "Monthly Limit"},
-        {744 * 3600, "Monthly Limit"},  {745 * 3600, "31-Day Limit"},   {671 * 3600, "27-Day Limit"},
-        {72 * 3600, "3-Day Limit"},     {60 * 3600, "2-Day Limit"},     {48 * 3600, "2-Day Limit"},
-        {47 * 3600, "47-Hour Limit"},   {24 * 3600, "24-Hour Limit"},   {3600, "1-Hour Limit"},
-        {1800, "1-Hour Limit"},         {1799, "0-Hour Limit"},         {0, "0-Hour Limit"}};
+        {167.5 * 3600, "Weekly Limit"}, {672 * 3600, "Monthly Limit"},  {744 * 3600, "Monthly Limit"},
+        {745 * 3600, "31-Day Limit"},   {671 * 3600, "27-Day Limit"},   {72 * 3600, "3-Day Limit"},
+        {60 * 3600, "2-Day Limit"},     {48 * 3600, "2-Day Limit"},     {47 * 3600, "47-Hour Limit"},
+        {3600, "1-Hour Limit"},         {1800, "1-Hour Limit"},         {1799, "0-Hour Limit"}};
     for (const auto& [windowSeconds, title] : cases)
         EXPECT_EQ(CodexProvider::title(windowSeconds), title) << windowSeconds;
     // Lengths a window never passes in do not crash either.
@@ -137,22 +132,4 @@ TEST(CodexParse, UnusableNumbersCountAsAbsent) {
         EXPECT_FALSE(info.limit.resetsAt) << bad;
         EXPECT_TRUE(info.notStarted) << bad;
     }
-    // Absent, the seconds to go cannot make a window with a reset time ahead count as not started.
-    json far = {{"used_percent", 0},
-                {"limit_window_seconds", 18000},
-                {"reset_after_seconds", 1e300},
-                {"reset_at", "2025-01-01T09:00:00Z"}};
-    EXPECT_FALSE(window(far).notStarted);
-    EXPECT_EQ(window(far).limit.resetsAt, now + hours(1));
-}
-
-TEST(CodexParse, JsonNumberRule) {
-    // A Boolean is read as a number; text is not.
-    const auto w = window(json::parse(R"({"used_percent":true,"limit_window_seconds":"18000",
-                                          "reset_after_seconds":"60"})"));
-    EXPECT_EQ(w.limit.percentUsed, 1);
-    EXPECT_EQ(w.limit.title, "5-Hour Session") << "the length given as text is ignored";
-    EXPECT_FALSE(w.limit.resetsAt);
-    EXPECT_FALSE(CodexProvider::window(json::parse(R"({"used_percent":"30"})"), "primary", now));
-    EXPECT_FALSE(CodexProvider::window(json::parse("[30]"), "primary", now));
 }

@@ -10,7 +10,6 @@
 #include "support/manual_clock.h"
 
 #include <deque>
-#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
@@ -18,33 +17,28 @@
 
 namespace ostrel::test {
 
+// An answer to a request; code 0 stands for a request that fails with the body as its message.
+inline HttpResult http(int code, std::string body = "", std::optional<std::chrono::seconds> retryAfter = {},
+                       bool challenge = false) {
+    return {code, std::move(body), retryAfter, challenge};
+}
+
 class ScriptedWeb final : public WebClient {
   public:
     struct Call {
         std::string url;
         Headers headers;
     };
-    // Answers are taken in order; a function answer may throw.
-    void answer(int code, std::string body) {
-        answers_.push_back([=](const Call&) {
-            HttpResult r;
-            r.code = code;
-            r.body = body;
-            return r;
-        });
-    }
-    void answerWith(std::function<HttpResult(const Call&)> f) { answers_.push_back(std::move(f)); }
-
     Task<HttpResult> get(std::string url, Headers headers) override {
         calls.push_back({url, headers});
-        if (answers_.empty()) throw WebError("no scripted answer for " + url);
-        auto next = std::move(answers_.front());
-        answers_.pop_front();
+        if (answers.empty()) throw WebError("no scripted answer for " + url);
+        HttpResult next = std::move(answers.front());
+        answers.pop_front();
         co_await yieldToLoop(); // a real request always suspends
-        co_return next(calls.back());
+        if (next.code == 0) throw WebError(next.body);
+        co_return next;
     }
-    Task<bool> hasCookie(std::string name) override {
-        cookieChecks.push_back(name);
+    Task<bool> hasCookie(std::string) override {
         if (cookieStoreFails) throw WebError("Could not read the cookie store");
         co_return hasCookieResult;
     }
@@ -53,39 +47,40 @@ class ScriptedWeb final : public WebClient {
         ++siteVisits;
         co_return;
     }
-    Task<void> logOut() override {
-        ++logOuts;
-        co_return;
-    }
+    Task<void> logOut() override { co_return; }
 
+    std::deque<HttpResult> answers; // taken in order
     std::vector<Call> calls;
-    std::vector<std::string> cookieChecks;
     bool hasCookieResult = true;
     bool cookieStoreFails = false;
-    int logOuts = 0;
     int siteVisits = 0;
-
-  private:
-    std::deque<std::function<HttpResult(const Call&)>> answers_;
 };
 
-// A provider of type P wired to a scripted web client, with a clock the test moves.
+// A provider of type P for https://service.test, wired to a scripted web client, with a clock the test
+// moves.
 template <typename P> class ScriptedProviderTest : public ::testing::Test {
   protected:
-    explicit ScriptedProviderTest(const char* host) {
+    ScriptedProviderTest() {
         auto w = std::make_unique<ScriptedWeb>();
         web = w.get();
-        provider = std::make_unique<P>(std::move(w), ServiceEndpoint{"https", host, 0}, clock);
+        provider = std::make_unique<P>(std::move(w), ServiceEndpoint{"https", "service.test", 0}, clock);
     }
-    UsageSnapshot fetch() { return runSync(provider->fetch(), std::chrono::seconds(5)); }
-    // The error text of a fetch that fails, or "no error".
-    std::string fetchError() {
+    // A fetch given `answers`, each asked for exactly once: the error text, with the wait a rate limit
+    // asks for, or "no error".
+    std::string fetchWith(const std::vector<HttpResult>& answers) {
+        web->calls.clear();
+        web->answers.assign(answers.begin(), answers.end());
+        std::string error = "no error";
         try {
-            fetch();
+            runSync(provider->fetch(), std::chrono::seconds(5));
+        } catch (const ProviderError& e) {
+            const auto wait = e.retryAfter();
+            error = e.what() + (wait ? " for " + std::to_string(wait->count()) + "s" : "");
         } catch (const std::exception& e) {
-            return e.what();
+            error = e.what();
         }
-        return "no error";
+        EXPECT_EQ(web->calls.size(), answers.size()) << error;
+        return error;
     }
 
     ManualClock clock{std::chrono::system_clock::now()};

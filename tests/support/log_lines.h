@@ -3,8 +3,6 @@
 
 #include "base/log.h"
 
-#include <algorithm>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,9 +12,6 @@ namespace ostrel::test {
 class LogLines {
   public:
     const std::vector<std::string>& lines() const { return lines_; }
-    bool has(const std::string& line) const {
-        return std::find(lines_.begin(), lines_.end(), line) != lines_.end();
-    }
     // All lines as one text, each ending in a line break (as they would have reached the output).
     std::string text() const {
         std::string out;
@@ -30,21 +25,6 @@ class LogLines {
   private:
     std::vector<std::string> lines_;
     ScopedLogSink sink_{[this](const std::string& line) { lines_.push_back(line); }};
-};
-
-// Collects what is logged from its construction until finish(), which returns it as text (each line
-// ending in a line break) and lets the lines reach the output again.
-class LogCapture {
-  public:
-    LogCapture() : sink_(std::in_place, [this](const std::string& line) { text_ += line + "\n"; }) {}
-    std::string finish() {
-        sink_.reset();
-        return std::move(text_);
-    }
-
-  private:
-    std::string text_;
-    std::optional<ScopedLogSink> sink_;
 };
 
 } // namespace ostrel::test

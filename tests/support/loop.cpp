@@ -1,34 +1,12 @@
 #include "support/loop.h"
 
-#include "base/gobject_ptr.h"
-
 #include <algorithm>
-#include <coroutine>
 #include <glib.h>
 
 namespace ostrel {
 
 Task<void> yieldToLoop() {
-    // A destroyed frame takes its idle source with it.
-    struct IdleAwaiter {
-        SourceId idle;
-        bool await_ready() const noexcept { return false; }
-        void await_suspend(std::coroutine_handle<> h) {
-            idle = SourceId(g_idle_add_full(
-                G_PRIORITY_DEFAULT_IDLE,
-                [](gpointer data) -> gboolean {
-                    auto* self = static_cast<IdleAwaiter*>(data);
-                    self->idle.forget();
-                    self->handle.resume();
-                    return G_SOURCE_REMOVE;
-                },
-                this, nullptr));
-            handle = h;
-        }
-        void await_resume() const noexcept {}
-        std::coroutine_handle<> handle;
-    };
-    co_await IdleAwaiter{};
+    co_await sleepFor(std::chrono::milliseconds(1)); // a destroyed frame takes its timer with it
 }
 
 bool runLoopUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout) {

@@ -22,7 +22,6 @@ class ManualClock final : public Clock {
     // Moves time forward by `d`, waking each sleeper whose time has come, earliest first, and
     // letting each woken task run until it suspends again before the next one wakes.
     void advance(std::chrono::milliseconds d);
-    std::size_t sleepers() const { return sleepers_.size(); }
 
   private:
     struct Sleep;

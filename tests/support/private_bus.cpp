@@ -27,16 +27,21 @@ GObjectPtr<GDBusConnection> PrivateBus::connect() const {
         nullptr, nullptr, nullptr));
 }
 
-Task<std::string> trayItemProperty(GDBusConnection* host, std::string busName, std::string property) {
+Task<GVariantPtr> busCall(GDBusConnection* from, std::string busName, std::string path, std::string iface,
+                          std::string method, GVariant* params) {
     auto res = co_await boundedCall(
         [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
-            g_dbus_connection_call(host, busName.c_str(), "/StatusNotifierItem",
-                                   "org.freedesktop.DBus.Properties", "Get",
-                                   g_variant_new("(ss)", "org.kde.StatusNotifierItem", property.c_str()),
+            g_dbus_connection_call(from, busName.c_str(), path.c_str(), iface.c_str(), method.c_str(), params,
                                    nullptr, G_DBUS_CALL_FLAGS_NONE, 5000, c, cb, ud);
         },
         std::chrono::seconds(6));
-    GVariantPtr reply(g_dbus_connection_call_finish(host, res.result.get(), nullptr));
+    co_return GVariantPtr(g_dbus_connection_call_finish(from, res.result.get(), nullptr));
+}
+
+Task<std::string> trayItemProperty(GDBusConnection* host, std::string busName, std::string property) {
+    const GVariantPtr reply =
+        co_await busCall(host, busName, "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get",
+                         g_variant_new("(ss)", "org.kde.StatusNotifierItem", property.c_str()));
     if (!reply) co_return "";
     GVariant* inner = nullptr;
     g_variant_get(reply.get(), "(v)", &inner);

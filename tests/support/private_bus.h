@@ -25,6 +25,10 @@ class PrivateBus {
     GObjectPtr<GTestDBus> bus_;
 };
 
+// A method call from another party on the bus (a tray host, say); null when there is no answer.
+Task<GVariantPtr> busCall(GDBusConnection* from, std::string busName, std::string path, std::string iface,
+                          std::string method, GVariant* params);
+
 // A string property of the tray item exported by `busName`, as a tray host reads it; "" when the
 // item does not answer.
 Task<std::string> trayItemProperty(GDBusConnection* host, std::string busName, std::string property);

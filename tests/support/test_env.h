@@ -21,7 +21,6 @@ class TempDir {
 
 std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& contents);
-bool fileExists(const std::string& path);
 
 // `text` cut at its line ends, without them (what a test captured from standard output).
 std::vector<std::string> splitLines(const std::string& text);

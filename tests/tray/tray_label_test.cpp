@@ -1,6 +1,7 @@
 #include "support/test_env.h"
 #include "tray/tray_label.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 
@@ -8,27 +9,23 @@ using namespace ostrel;
 
 namespace {
 
-// Mean colour of the opaque pixels in a column range: what the logo or the text is painted in.
-struct Ink {
-    double r = 0, g = 0, b = 0;
-    int count = 0;
-};
-Ink inkIn(cairo_surface_t* s, int x0, int x1) {
+// The opaque pixels of columns [x0, x1) and rows [y0, y1): what a logo or the text is painted in.
+std::vector<Rgb> inkIn(cairo_surface_t* s, int x0, int x1, int y0 = 0, int y1 = 1 << 16) {
     cairo_surface_flush(s);
-    const int stride = cairo_image_surface_get_stride(s), h = cairo_image_surface_get_height(s);
-    const unsigned char* data = cairo_image_surface_get_data(s);
-    Ink ink;
-    for (int y = 0; y < h; ++y)
+    std::vector<Rgb> ink;
+    for (int y = y0; y < std::min(y1, cairo_image_surface_get_height(s)); ++y)
         for (int x = x0; x < x1; ++x) {
-            const auto px = *reinterpret_cast<const std::uint32_t*>(data + y * stride + x * 4);
-            if ((px >> 24) != 255) continue;
-            ink.r += ((px >> 16) & 0xff) / 255.0;
-            ink.g += ((px >> 8) & 0xff) / 255.0;
-            ink.b += (px & 0xff) / 255.0;
-            ++ink.count;
+            const auto px = *reinterpret_cast<const std::uint32_t*>(
+                cairo_image_surface_get_data(s) + y * cairo_image_surface_get_stride(s) + x * 4);
+            if ((px >> 24) == 255)
+                ink.push_back({((px >> 16) & 255) / 255.0, ((px >> 8) & 255) / 255.0, (px & 255) / 255.0});
         }
-    if (ink.count) ink.r /= ink.count, ink.g /= ink.count, ink.b /= ink.count;
     return ink;
+}
+
+bool near(Rgb a, Rgb b, double tolerance) {
+    return std::abs(a.r - b.r) < tolerance && std::abs(a.g - b.g) < tolerance &&
+           std::abs(a.b - b.b) < tolerance;
 }
 
 } // namespace
@@ -38,20 +35,17 @@ TEST(TrayLabel, LogoTakesTheLevelsColourTextTheTraysContrastAndWidthTheText) {
                                        {ProviderID::cursor, "42%", UsageLevel::medium},
                                        {ProviderID::codex, "80%", UsageLevel::veryHigh}};
     for (bool dark : {true, false}) {
-        const TrayLabel label{items, dark};
-        CairoSurfacePtr s = label.render(2.0);
+        CairoSurfacePtr s = TrayLabel{items, dark}.render(2.0);
         ASSERT_TRUE(s);
-        const Ink logo = inkIn(s.get(), 0, 30); // the first logo: 15 points at scale 2
-        ASSERT_GT(logo.count, 20);
-        const Rgb want = iconColor(UsageLevel::low, dark);
-        EXPECT_NEAR(logo.r, want.r, 0.02);
-        EXPECT_NEAR(logo.g, want.g, 0.02);
-        EXPECT_NEAR(logo.b, want.b, 0.02);
-        const Ink text = inkIn(s.get(), 40, 60);
-        ASSERT_GT(text.count, 0);
-        EXPECT_NEAR(text.r, dark ? 1.0 : 0.0, 0.01) << "white text on a dark bar, black on a light one";
+        const std::vector<Rgb> logo = inkIn(s.get(), 0, 30); // the first logo: 15 points at scale 2
+        ASSERT_GT(logo.size(), 20u);
+        const Rgb want = iconColor(UsageLevel::low, dark), ink = dark ? Rgb{1, 1, 1} : Rgb{0, 0, 0};
+        EXPECT_TRUE(std::ranges::all_of(logo, [&](Rgb p) { return near(p, want, 0.02); }));
+        const std::vector<Rgb> text = inkIn(s.get(), 40, 60);
+        ASSERT_FALSE(text.empty());
+        EXPECT_TRUE(std::ranges::all_of(text, [&](Rgb p) { return near(p, ink, 0.01); }))
+            << "white text on a dark bar, black on a light one";
     }
-    EXPECT_EQ(iconColor(UsageLevel::medium, true), iconColor(UsageLevel::high, true));
     EXPECT_FALSE((TrayLabel{{}, true}.render(1.0))) << "no items, no label";
 
     // Longer text widens the label; its height stays.
@@ -59,4 +53,24 @@ TEST(TrayLabel, LogoTakesTheLevelsColourTextTheTraysContrastAndWidthTheText) {
     CairoSurfacePtr wide = TrayLabel{{{ProviderID::claude, "8% · 2d 23h", UsageLevel::low}}, true}.render(1);
     EXPECT_GT(cairo_image_surface_get_width(wide.get()), cairo_image_surface_get_width(narrow.get()) + 20);
     EXPECT_EQ(cairo_image_surface_get_height(wide.get()), cairo_image_surface_get_height(narrow.get()));
+}
+
+TEST(ServiceBadge, TheDigitsAreTallEnoughToReadAndFollowTheNumber) {
+    // Rows of the lower part that hold the level's colour: the digits' ink height.
+    auto digitRows = [](cairo_surface_t* s, Rgb c) {
+        const int size = cairo_image_surface_get_width(s);
+        int rows = 0;
+        for (int y = size * 2 / 5; y < size; ++y)
+            rows += std::ranges::any_of(inkIn(s, 0, size, y, y + 1), [&](Rgb p) { return near(p, c, 0.16); });
+        return rows;
+    };
+    for (bool dark : {true, false})
+        for (double left : {8.0, 42.0, 100.0}) {
+            CairoSurfacePtr b = renderServiceBadge(ProviderID::cursor, left, UsageLevel::low, dark, 22);
+            EXPECT_GE(digitRows(b.get(), iconColor(UsageLevel::low, dark)), 9)
+                << left << (dark ? " dark" : " light");
+        }
+    CairoSurfacePtr a42 = renderServiceBadge(ProviderID::claude, 42, UsageLevel::medium, true, 22);
+    CairoSurfacePtr a87 = renderServiceBadge(ProviderID::claude, 87, UsageLevel::medium, true, 22);
+    EXPECT_NE(inkIn(a42.get(), 0, 22), inkIn(a87.get(), 0, 22)) << "the number is drawn, not a fixed picture";
 }

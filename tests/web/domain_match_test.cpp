@@ -15,14 +15,11 @@ TEST(DomainMatch, TheHostItsDotFormAndRealSubDomainsOnly) {
         {"claude.ai", "claude.ai", true},
         {".claude.ai", "claude.ai", true},    // a cookie set for the whole domain
         {"api.claude.ai", "claude.ai", true}, // a real sub-domain
-        {".api.claude.ai", "claude.ai", true},
         {"notclaude.ai", "claude.ai", false}, // ends in the same letters: someone else's
         {"claude.ai.evil.test", "claude.ai", false},
-        {"ai", "claude.ai", false}, // a parent is not ours
-        {"", "claude.ai", false},
+        {"ai", "claude.ai", false},        // a parent is not ours
         {"claude.ai", "", false},          // no host owns nothing
         {"Claude.ai", "claude.ai", false}, // the engine gives names in lower case
-        {"127.0.0.1", "127.0.0.1", true},
     };
     for (const Case& c : cases)
         EXPECT_EQ(domainMatches(c.name, c.host), c.matches) << c.name << " for " << c.host;

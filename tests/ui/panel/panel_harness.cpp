@@ -1,14 +1,11 @@
 #include "panel_harness.h"
 
 #include "support/loop.h"
-#include "ui/panel/panel_style.h"
 #include "ui/panel/panel_view.h"
 
+#include <algorithm>
 #include <gtk/gtk.h>
-#include <gtkmm/cssprovider.h>
-#include <gtkmm/init.h>
 #include <gtkmm/settings.h>
-#include <gtkmm/stylecontext.h>
 
 namespace ostrel::test {
 
@@ -39,9 +36,8 @@ std::vector<std::string> shownTexts(Gtk::Widget& root) {
 }
 
 bool showsText(Gtk::Widget& root, std::string_view text) {
-    for (const auto& t : shownTexts(root))
-        if (t == text) return true;
-    return false;
+    const auto texts = shownTexts(root);
+    return std::ranges::find(texts, text) != texts.end();
 }
 
 void press(Gtk::Button& button) {
@@ -85,27 +81,9 @@ bool pressKeys(Gtk::Widget& root, const char* trigger) {
     return handled;
 }
 
-RecordedActions::RecordedActions(Gtk::Widget& widget, const std::string& prefix,
-                                 const std::vector<std::string>& names)
-    : group_(Gio::SimpleActionGroup::create()) {
-    for (const auto& name : names)
-        group_->add_action(name, [this, full = prefix + "." + name] { activated.push_back(full); });
-    widget.insert_action_group(prefix, group_);
-}
-
 Host::Host(Gtk::Widget& content) {
-    PanelStyle::apply(card_);
-    card_.add_css_class("ostrel-card");
-    card_.add_css_class("opaque");
-    card_.set_margin(0);
-    auto inner = Gtk::CssProvider::create();
-    inner->load_from_data(".ostrel-card { padding: " + std::to_string(PanelView::padding) + "px; }");
-    card_.get_style_context()->add_provider(inner, GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
     content.set_size_request(PanelView::width - 2 * PanelView::padding, -1);
-    card_.append(content);
-    window_.set_decorated(false);
-    window_.set_resizable(false);
-    window_.set_child(card_);
+    window_.set_child(content);
     window_.present();
     settle();
 }
@@ -114,10 +92,6 @@ Host::~Host() {
     window_.unset_child();
     window_.destroy();
     drain();
-}
-
-void Host::settle() {
-    test::settle();
 }
 
 void settle() {

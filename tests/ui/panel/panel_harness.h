@@ -1,22 +1,13 @@
 #pragma once
-// What the panel's widget tests share: GTK start-up and styles, a real UsageModel over scripted
-// providers and a manual clock, finding widgets by name or type, pressing buttons, firing the
-// window's keyboard shortcuts, stand-ins for the actions a screen activates by name, and a window
-// that hosts a widget at the panel's width.
+// What the panel's widget tests share: finding widgets by name or type, pressing buttons and keys,
+// stand-ins for named actions, and a window that hosts a widget at the panel's width.
 
-#include "model/usage_model.h"
 #include "scripted_model.h"
 #include "support/display.h"
-#include "support/test_env.h"
-#include "ui/support/screen_box.h"
 
-#include <giomm/simpleactiongroup.h>
 #include <gtkmm/button.h>
 #include <gtkmm/label.h>
-#include <gtkmm/widget.h>
 #include <gtkmm/window.h>
-#include <map>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -24,10 +15,10 @@
 
 namespace ostrel::test {
 
+using PanelModel = ScriptedModel;
+
 // Whether the desktop allows animations.
 void setAnimations(bool on);
-
-using PanelModel = ScriptedModel;
 
 Gtk::Widget* findNamed(Gtk::Widget& root, std::string_view name);
 
@@ -37,14 +28,13 @@ template <typename W> W& named(Gtk::Widget& root, std::string_view name) {
     return *w;
 }
 
-template <typename W> void collect(Gtk::Widget& root, std::vector<W*>& out) {
-    if (auto* w = dynamic_cast<W*>(&root)) out.push_back(w);
-    for (auto* child = root.get_first_child(); child; child = child->get_next_sibling())
-        collect(*child, out);
-}
+// Every widget of type W under `root`, itself included, in tree order.
 template <typename W> std::vector<W*> all(Gtk::Widget& root) {
     std::vector<W*> out;
-    collect(root, out);
+    if (auto* w = dynamic_cast<W*>(&root)) out.push_back(w);
+    for (auto* child = root.get_first_child(); child; child = child->get_next_sibling())
+        for (W* found : all<W>(*child))
+            out.push_back(found);
     return out;
 }
 
@@ -62,38 +52,14 @@ void press(Gtk::Button& button);
 // are not), the first that handles it. True when one did.
 bool pressKeys(Gtk::Widget& root, const char* trigger);
 
-// Actions named `names` inserted as `prefix` ("app", "win") on `widget`, which record their
-// activations as "prefix.name".
-class RecordedActions {
-  public:
-    RecordedActions(Gtk::Widget& widget, const std::string& prefix, const std::vector<std::string>& names);
-    std::vector<std::string> activated;
-
-  private:
-    Glib::RefPtr<Gio::SimpleActionGroup> group_;
-};
-
-// A plain undecorated window showing `content` on the panel's card: 300 points wide with the
-// panel's inner margin, so `content` gets the width it has in the panel.
+// A window showing `content` at the width it has in the panel.
 class Host {
   public:
     explicit Host(Gtk::Widget& content);
     ~Host();
-    Host(const Host&) = delete;
-    Host& operator=(const Host&) = delete;
-
-    void settle();
-    Gtk::Window& window() { return window_; }
 
   private:
-    // A column whose natural width is its minimum one, so the fixed width decides, as in the panel.
-    class Card : public ScreenBox {
-      public:
-        Card() : Glib::ObjectBase("OstrelTestCard"), ScreenBox(0) {}
-    };
-
     Gtk::Window window_;
-    Card card_;
 };
 
 // Lets GTK lay out and draw what changed.

@@ -8,7 +8,7 @@
 
 using namespace ostrel;
 
-TEST(Spring, StartsWhereReleasedAndComesToRestAtTheTarget) {
+TEST(Spring, StartsWhereReleasedComesToRestAtTheTargetAndMovesAtItsOwnSlope) {
     const SpringParams p; // response 0.2 s, damping 0.85
     const SpringSample start = springAt(p, 10, 50, 110, 0);
     EXPECT_DOUBLE_EQ(start.value, 10);
@@ -22,19 +22,18 @@ TEST(Spring, StartsWhereReleasedAndComesToRestAtTheTarget) {
         peak = std::max(peak, springAt(p, 0, 0, 100, t).value);
     EXPECT_GT(peak, 100);
     EXPECT_LT(peak, 101);
-}
 
-TEST(Spring, VelocityIsTheDerivativeOfPositionForEveryDamping) {
+    // For every damping, the velocity is the derivative of the position.
     for (double damping : {0.5, 0.85, 1.0, 1.6}) {
-        const SpringParams p{0.2, damping};
+        const SpringParams q{0.2, damping};
         for (double t : {0.01, 0.05, 0.12, 0.3}) {
             const double h = 1e-6;
             const double slope =
-                (springAt(p, 0, 30, 100, t + h).value - springAt(p, 0, 30, 100, t - h).value) / (2 * h);
-            EXPECT_NEAR(springAt(p, 0, 30, 100, t).velocity, slope, 1e-3 * std::max(1.0, std::abs(slope)))
+                (springAt(q, 0, 30, 100, t + h).value - springAt(q, 0, 30, 100, t - h).value) / (2 * h);
+            EXPECT_NEAR(springAt(q, 0, 30, 100, t).velocity, slope, 1e-3 * std::max(1.0, std::abs(slope)))
                 << "damping " << damping << " at " << t;
         }
-        EXPECT_NEAR(springAt(p, 0, 30, 100, 2).value, 100, 0.01) << "damping " << damping;
+        EXPECT_NEAR(springAt(q, 0, 30, 100, 2).value, 100, 0.01) << "damping " << damping;
     }
 }
 
@@ -51,7 +50,6 @@ TEST(Spring, RetargetingMidFlightKeepsPositionAndSpeed) {
     const SpringSample after = s.sample(1.05);
     EXPECT_NEAR(after.value, before.value, 1e-9);
     EXPECT_NEAR(after.velocity, before.velocity, 1e-9);
-    EXPECT_DOUBLE_EQ(s.target(), 40);
     EXPECT_TRUE(s.settled(2.0));
     EXPECT_NEAR(s.value(2.0), 40, 0.25);
 }

@@ -1,16 +1,24 @@
-// The panel's screens, header, shortcuts and service choice, driven through the real window.
+// The panel's screens, header, shortcuts, service choice and tab row, the theme picker and the
+// settings screen, driven through the real window.
 
 #include "panel_harness.h"
 #include "support/loop.h"
 #include "ui/panel/main_screen.h"
 #include "ui/panel/panel_window.h"
+#include "ui/panel/provider_tabs.h"
 #include "ui/panel/theme_picker_view.h"
 #include "ui/support/support_amount_view.h"
 
+#include <giomm/simpleactiongroup.h>
+#include <glib/gstdio.h>
 #include <gtest/gtest.h>
+#include <gtk/gtk.h>
+#include <gtkmm/scale.h>
+#include <gtkmm/switch.h>
 
 using namespace ostrel;
 using namespace ostrel::test;
+using namespace std::chrono_literals;
 using enum ProviderID;
 
 namespace {
@@ -18,10 +26,6 @@ namespace {
 class PanelViewTest : public ::testing::Test {
   protected:
     void SetUp() override { ASSERT_TRUE(startGtk()) << "no display"; }
-    void TearDown() override {
-        window.reset();
-        drain();
-    }
 
     void open() {
         for (auto& [id, p] : m->scripted) {
@@ -29,7 +33,10 @@ class PanelViewTest : public ::testing::Test {
             p->fetches = 0; // count only what the panel asks for
         }
         window = std::make_unique<PanelWindow>(*m->model, "");
-        app = std::make_unique<RecordedActions>(*window, "app", std::vector<std::string>{"refresh", "quit"});
+        auto app = Gio::SimpleActionGroup::create();
+        for (const char* name : {"refresh", "quit"})
+            app->add_action(name, [this, name] { activated.push_back(std::string("app.") + name); });
+        window->insert_action_group("app", app);
         window->setHidesOnFocusLoss(false);
         window->popup();
         settle();
@@ -39,81 +46,76 @@ class PanelViewTest : public ::testing::Test {
     int fetches(ProviderID id) { return m->provider(id).fetches; }
     std::optional<ProviderID> shownPanel() {
         ProviderPanel* panel = view().mainScreen().providerPanel();
-        if (!panel) return std::nullopt;
-        return panel->id();
+        return panel ? std::optional(panel->id()) : std::nullopt;
+    }
+    ThemePickerView& picker() { return dynamic_cast<ThemePickerView&>(view().body()); }
+    Gtk::Scale& slider() { return named<Gtk::Scale>(picker(), "preview-slider"); }
+    std::string previewText() { return named<Gtk::Label>(picker(), "preview-value").get_text(); }
+    bool offersReturn() { return shown(named<Gtk::Button>(picker(), "back-to-current")); }
+    static bool markedSelected(Gtk::Widget& w) { // an unset state is a mismatch too
+        return !GCharPtr(
+            gtk_test_accessible_check_state(GTK_ACCESSIBLE(w.gobj()), GTK_ACCESSIBLE_STATE_SELECTED, TRUE));
     }
 
     std::unique_ptr<PanelModel> m = std::make_unique<PanelModel>();
+    std::vector<std::string> activated; // the application's actions the panel asked for
     std::unique_ptr<PanelWindow> window;
-    std::unique_ptr<RecordedActions> app; // stands in for the application's actions
+};
+
+class SettingsViewTest : public PanelViewTest {
+  protected:
+    void SetUp() override {
+        PanelViewTest::SetUp();
+        open();
+        view().setScreen(PanelScreen::settings);
+    }
+    Gtk::Widget& settingsPage() { return view().body(); }
+    Gtk::Widget& row(const std::string& name) { return *findNamed(settingsPage(), name); }
+    Gtk::Switch& toggle(const std::string& row) { return *all<Gtk::Switch>(this->row(row)).front(); }
+    // Flips a switch the way a click does: not while it is disabled.
+    void flip(const std::string& rowName) {
+        Gtk::Switch& s = toggle(rowName);
+        if (s.is_sensitive() && shown(s)) s.set_active(!s.get_active());
+        drain();
+    }
 };
 
 } // namespace
 
-TEST_F(PanelViewTest, ScreensFollowTheirButtonsAndTheBackTable) {
+TEST_F(PanelViewTest, ScreensFollowButtonsKeysAndTheBackTable) {
     open();
     PanelHeader& header = view().header();
-    EXPECT_EQ(view().screen(), PanelScreen::main);
     EXPECT_TRUE(showsText(header, "Ostrel"));
     EXPECT_FALSE(shown(header.backButton()));
-
-    press(header.settingsButton());
-    EXPECT_EQ(view().screen(), PanelScreen::settings);
-    EXPECT_EQ(shownTexts(header), std::vector<std::string>{"Settings"});
-    EXPECT_TRUE(shown(header.backButton()));
-    EXPECT_FALSE(shown(header.settingsButton()));
-
-    press(button("theme-row"));
-    EXPECT_EQ(view().screen(), PanelScreen::theme);
-    EXPECT_EQ(header.title(), "Theme");
-    press(header.backButton());
-    EXPECT_EQ(view().screen(), PanelScreen::settings);
-
-    press(button("support-row"));
-    EXPECT_EQ(view().screen(), PanelScreen::support);
-    EXPECT_EQ(header.title(), "Support Ostrel");
-    press(button("preset-250"));
-    press(button("send"));
-    EXPECT_EQ(view().screen(), PanelScreen::supportQR);
-    EXPECT_EQ(header.title(), "Scan to Pay");
-    EXPECT_EQ(view().supportAmount(), 250);
-    press(header.backButton());
-    EXPECT_EQ(view().screen(), PanelScreen::support);
-    EXPECT_EQ(dynamic_cast<SupportAmountView&>(view().body()).amountText(), "100") << "entered afresh";
-    press(header.backButton());
-    EXPECT_EQ(view().screen(), PanelScreen::settings);
-
-    press(button("feedback-row"));
-    EXPECT_EQ(view().screen(), PanelScreen::feedback);
-    EXPECT_EQ(header.title(), "Send Feedback");
-    press(header.backButton());
-    press(header.backButton());
-    EXPECT_EQ(view().screen(), PanelScreen::main);
-    EXPECT_TRUE(shown(header.settingsButton()));
-}
-
-TEST_F(PanelViewTest, KeysFollowTheScreen) {
-    open();
     for (const char* keys : {"<Control>q", "<Control>r"})
         EXPECT_FALSE(pressKeys(*window, keys)) << keys << " on the main screen";
     EXPECT_TRUE(pressKeys(*window, "<Control>comma"));
-    EXPECT_EQ(view().screen(), PanelScreen::settings);
+    EXPECT_EQ(shownTexts(header), std::vector<std::string>{"Settings"});
+    EXPECT_FALSE(shown(header.settingsButton()));
     EXPECT_FALSE(pressKeys(*window, "<Control>comma"));
     EXPECT_TRUE(pressKeys(*window, "<Control>r"));
     EXPECT_TRUE(pressKeys(*window, "<Control>q"));
-    press(button("quit"));
-    EXPECT_EQ(app->activated, (std::vector<std::string>{"app.refresh", "app.quit", "app.quit"}));
+    EXPECT_EQ(activated, (std::vector<std::string>{"app.refresh", "app.quit"}));
 
+    for (auto [row, screen] : {std::pair{"theme-row", PanelScreen::theme},
+                               {"support-row", PanelScreen::support},
+                               {"feedback-row", PanelScreen::feedback}}) {
+        press(button(row));
+        EXPECT_EQ(view().screen(), screen) << row;
+        press(header.backButton());
+        EXPECT_EQ(view().screen(), PanelScreen::settings) << row;
+    }
     press(button("support-row"));
-    press(button("send"));
-    ASSERT_EQ(view().screen(), PanelScreen::supportQR);
-    EXPECT_FALSE(pressKeys(*window, "<Control>q")) << "only the settings screen quits";
+    press(named<Gtk::Button>(view().body(), "preset-250"));
+    press(named<Gtk::Button>(view().body(), "send"));
+    EXPECT_EQ(view().screen(), PanelScreen::supportQR);
+    EXPECT_EQ(view().supportAmount(), 250);
     EXPECT_TRUE(pressKeys(*window, "Escape"));
     EXPECT_EQ(view().screen(), PanelScreen::support);
+    EXPECT_EQ(dynamic_cast<SupportAmountView&>(view().body()).amountText(), "100") << "entered afresh";
     EXPECT_TRUE(pressKeys(*window, "Escape"));
     EXPECT_TRUE(pressKeys(*window, "Escape"));
     EXPECT_EQ(view().screen(), PanelScreen::main);
-    EXPECT_TRUE(window->get_visible());
     EXPECT_TRUE(pressKeys(*window, "Escape")) << "a drop-down closes on Escape";
     EXPECT_FALSE(window->get_visible());
 }
@@ -121,31 +123,22 @@ TEST_F(PanelViewTest, KeysFollowTheScreen) {
 TEST_F(PanelViewTest, EveryOpeningShowsMainAndRefreshesTheActiveServices) {
     m->settings.setEnabled({claude, codex});
     open();
-    EXPECT_EQ(fetches(claude), 1);
-    EXPECT_EQ(fetches(cursor), 0);
-
     view().setScreen(PanelScreen::theme);
     window->hide();
     settle();
     EXPECT_EQ(view().screen(), PanelScreen::main) << "hiding returns to main";
-
-    window->popup();
-    view().setScreen(PanelScreen::settings);
-    window->hide();
     view().setScreen(PanelScreen::feedback); // as left by a previous opening
     window->popup();
     settle();
     EXPECT_EQ(view().screen(), PanelScreen::main);
-    EXPECT_EQ(fetches(claude), 3);
-    EXPECT_EQ(fetches(codex), 3);
-    EXPECT_EQ(fetches(cursor), 0);
+    EXPECT_EQ((std::array{fetches(claude), fetches(codex), fetches(cursor)}), (std::array{2, 2, 0}));
 
     window->hide();
     m->fail(codex, ProviderError::rateLimited("codex.test", std::chrono::seconds(240)));
     window->popup();
     settle();
-    EXPECT_EQ(fetches(claude), 4);
-    EXPECT_EQ(fetches(codex), 4) << "a rate-limited service waits for its time; opening is no Refresh";
+    EXPECT_EQ(fetches(claude), 3);
+    EXPECT_EQ(fetches(codex), 3) << "a rate-limited service waits for its time; opening is no Refresh";
 
     window->close(); // closing hides, it does not destroy
     settle();
@@ -153,33 +146,27 @@ TEST_F(PanelViewTest, EveryOpeningShowsMainAndRefreshesTheActiveServices) {
     EXPECT_FALSE(window->hidByFocusLossJustNow()) << "only a hide on focus loss swallows the next click";
 }
 
-TEST_F(PanelViewTest, SelectionFallsBackWithoutRewritingTheStoredChoice) {
+TEST_F(PanelViewTest, SelectionFallsBackWithoutRewritingTheStoredChoiceAndATabClickStoresIt) {
     m->settings.setSelectedProvider("codex");
     m->settings.setEnabled({claude, cursor});
     open();
-    EXPECT_EQ(view().selected(), claude);
     EXPECT_EQ(shownPanel(), claude);
     EXPECT_EQ(view().mainScreen().tabs().providers(), (std::vector<ProviderID>{claude, cursor}));
-    EXPECT_NE(m->settingsFile().find("selectedProvider=codex"), std::string::npos);
+    EXPECT_EQ(m->settings.selectedProvider(), "codex");
 
     m->settings.setEnabled({claude, cursor, codex});
     drain();
     EXPECT_EQ(shownPanel(), codex) << "the remembered service is back";
     EXPECT_EQ(view().mainScreen().tabs().selected(), codex);
-
     m->settings.setSelectedProvider("gemini");
     EXPECT_EQ(shownPanel(), claude) << "a name of no service gives the first tab";
-}
 
-TEST_F(PanelViewTest, ClickingATabStoresItAndShowsThatService) {
-    open();
     press(button("tab-cursor"));
     EXPECT_EQ(shownPanel(), cursor);
-    EXPECT_EQ(view().mainScreen().tabs().selected(), cursor);
-    EXPECT_NE(m->settingsFile().find("selectedProvider=cursor"), std::string::npos);
+    EXPECT_EQ(m->settings.selectedProvider(), "cursor");
 }
 
-TEST_F(PanelViewTest, OneServiceHasNoTabsAndNoneHasAMessage) {
+TEST_F(PanelViewTest, OneServiceHasNoTabsAndNoneOrOneWithoutAProviderHasAMessage) {
     m->settings.setEnabled({cursor});
     open();
     EXPECT_FALSE(shown(view().mainScreen().tabs()));
@@ -189,26 +176,12 @@ TEST_F(PanelViewTest, OneServiceHasNoTabsAndNoneHasAMessage) {
     drain();
     EXPECT_EQ(shownPanel(), std::nullopt);
     EXPECT_EQ(view().mainScreen().message(), "All providers are turned off.\nTurn one on in Settings.");
-    EXPECT_EQ(view().currentPercentLeft(), std::nullopt);
-
     view().setScreen(PanelScreen::theme);
-    auto& picker = dynamic_cast<ThemePickerView&>(view().body());
-    EXPECT_EQ(picker.previewPercent(), 70) << "no current level";
-    EXPECT_FALSE(shown(named<Gtk::Button>(picker, "back-to-current")));
-}
+    EXPECT_EQ(slider().get_value(), 70) << "no current level";
+    slider().set_value(12);
+    EXPECT_FALSE(offersReturn()) << "nothing to return to";
 
-TEST_F(PanelViewTest, ThemeScreenStartsAtTheShownServicesLevel) {
-    open();
-    m->succeed(claude, PanelModel::snapshot(m->limit("session", 58)));
-    EXPECT_EQ(view().currentPercentLeft(), 42);
-    view().setScreen(PanelScreen::settings);
-    press(button("theme-row"));
-    auto& picker = dynamic_cast<ThemePickerView&>(view().body());
-    EXPECT_EQ(picker.previewPercent(), 42);
-    EXPECT_TRUE(showsText(picker, "42% left"));
-}
-
-TEST_F(PanelViewTest, AServiceWithoutAProviderIsNotSupportedYet) {
+    window.reset();
     m = std::make_unique<PanelModel>(std::vector{codex});
     m->settings.setSelectedProvider("codex");
     open();
@@ -217,4 +190,152 @@ TEST_F(PanelViewTest, AServiceWithoutAProviderIsNotSupportedYet) {
     view().setScreen(PanelScreen::settings);
     EXPECT_FALSE(button("log-in-codex").is_sensitive()) << "nothing to log in with";
     EXPECT_TRUE(button("log-in-claude").is_sensitive());
+}
+
+TEST_F(PanelViewTest, ThemeScreenStartsAtTheShownLevelOffersAReturnAndChoosesATile) {
+    open();
+    m->succeed(claude, PanelModel::snapshot(m->limit("session", 58)));
+    view().setScreen(PanelScreen::theme);
+    EXPECT_EQ(slider().get_value(), 42);
+    EXPECT_EQ(previewText(), "42% left");
+    slider().set_value(42.5);
+    EXPECT_FALSE(offersReturn());
+    slider().set_value(43);
+    EXPECT_TRUE(offersReturn());
+    slider().set_value(41);
+    EXPECT_TRUE(offersReturn()) << "a point below counts too";
+    press(named<Gtk::Button>(picker(), "back-to-current"));
+    EXPECT_EQ(picker().previewPercent(), 42);
+    EXPECT_FALSE(offersReturn());
+
+    view().setScreen(PanelScreen::settings);
+    m->succeed(claude, PanelModel::snapshot(m->limit("session", 10)));
+    view().setScreen(PanelScreen::theme);
+    EXPECT_EQ(slider().get_value(), 90) << "afresh on each visit";
+
+    // The miniatures follow the preview in its unrounded band; a tile is chosen at once.
+    slider().set_value(49.5);
+    EXPECT_EQ(previewText(), "50% left");
+    for (GaugeTheme theme : allGaugeThemes) {
+        GaugeView& gauge = picker().tile(theme).gauge();
+        EXPECT_DOUBLE_EQ(gauge.level(), 0.495);
+        EXPECT_EQ(gauge.state(), UsageLevel::medium) << displayName(theme);
+    }
+    EXPECT_TRUE(picker().tile(GaugeTheme::glass).selected());
+    for (int twice = 0; twice < 2; ++twice) { // choosing it again changes nothing
+        press(picker().tile(GaugeTheme::meter));
+        EXPECT_EQ(m->settings.theme(), GaugeTheme::meter);
+        for (GaugeTheme theme : allGaugeThemes) {
+            EXPECT_EQ(picker().tile(theme).selected(), theme == GaugeTheme::meter) << displayName(theme);
+            EXPECT_EQ(picker().tile(theme).showsCheckmark(), theme == GaugeTheme::meter)
+                << displayName(theme);
+        }
+    }
+}
+
+// The selected state as assistive technology sees it, and the highlight sliding on a spring from the
+// old tab to the new one, or jumping there when the desktop turns motion off.
+TEST_F(PanelViewTest, OnlyTheSelectedTabIsMarkedAndTheHighlightSlidesUnlessMotionIsOff) {
+    setAnimations(true);
+    open();
+    ProviderTabs& tabs = view().mainScreen().tabs();
+    auto tabX = [&](ProviderID id) {
+        double x = 0, y = 0;
+        tabs.tab(id)->translate_coordinates(tabs, 0, 0, x, y);
+        return x;
+    };
+    for (ProviderID id : allProviders)
+        EXPECT_EQ(markedSelected(*tabs.tab(id)), id == claude) << displayName(id);
+    const double claudeX = tabX(claude), codexX = tabX(codex);
+    EXPECT_DOUBLE_EQ(tabs.highlightNow().x, claudeX);
+
+    press(*tabs.tab(codex));
+    EXPECT_TRUE(markedSelected(*tabs.tab(codex)));
+    EXPECT_FALSE(markedSelected(*tabs.tab(claude)));
+    EXPECT_TRUE(tabs.animating());
+    // Part-way: somewhere between the two tabs, not yet there.
+    ASSERT_TRUE(runLoopUntil([&] { return tabs.highlightNow().x > claudeX + 5; }, 1s));
+    EXPECT_LT(tabs.highlightNow().x, codexX - 1);
+    ASSERT_TRUE(runLoopUntil([&] { return !tabs.animating(); }, 2s));
+    EXPECT_DOUBLE_EQ(tabs.highlightNow().x, codexX);
+    EXPECT_DOUBLE_EQ(tabs.highlightNow().width, tabs.tab(codex)->get_width());
+
+    setAnimations(false); // the desktop asks for no motion: it jumps
+    press(*tabs.tab(cursor));
+    EXPECT_FALSE(tabs.animating());
+    EXPECT_DOUBLE_EQ(tabs.highlightNow().x, tabX(cursor));
+    setAnimations(true);
+}
+
+// The rows that open other screens are followed in ScreensFollowButtonsKeysAndTheBackTable.
+TEST_F(SettingsViewTest, ShowsEveryServiceAndTheThemeAndItsSwitchesWriteTheSettings) {
+    for (ProviderID id : allProviders)
+        EXPECT_TRUE(showsText(settingsPage(), displayName(id))) << "every service has its heading";
+    EXPECT_TRUE(showsText(settingsPage(), "Glass")) << "the chosen theme";
+    m->settings.setTheme(GaugeTheme::plant);
+    EXPECT_TRUE(showsText(settingsPage(), "Plant"));
+    press(button("refresh"));
+    press(button("quit"));
+    EXPECT_EQ(activated, (std::vector<std::string>{"app.refresh", "app.quit"}));
+
+    flip("reset-time-codex");
+    EXPECT_TRUE(m->settings.showsResetTime(codex));
+    ASSERT_TRUE(toggle("reset-time-claude").get_active());
+    flip("track-claude");
+    EXPECT_FALSE(m->settings.isEnabled(claude));
+    EXPECT_FALSE(toggle("reset-time-claude").get_active());
+    EXPECT_FALSE(row("reset-time-claude").is_sensitive());
+    EXPECT_TRUE(m->settings.showsResetTime(claude)) << "reading off does not write off";
+
+    flip("track-claude");
+    EXPECT_TRUE(toggle("reset-time-claude").get_active());
+    EXPECT_TRUE(row("reset-time-claude").is_sensitive());
+}
+
+TEST_F(SettingsViewTest, AccountControlsFollowTheLogin) {
+    Gtk::Button& logIn = button("log-in-cursor");
+    Gtk::Widget& account = row("account-cursor");
+    // The login cookie's expiry shows under the service while it is logged in.
+    m->provider(cursor).web_.expiry = m->clock.now() + std::chrono::hours(5 * 24 + 3);
+    m->refresh(cursor);
+    EXPECT_FALSE(shown(logIn));
+    EXPECT_TRUE(shown(account));
+    EXPECT_TRUE(showsText(settingsPage(), "Logged in · expires in 5 days"));
+    flip("track-cursor");
+    EXPECT_FALSE(account.is_sensitive()) << "not while the service is off";
+    flip("track-cursor");
+
+    press(button("log-out-cursor"));
+    EXPECT_EQ(m->provider(cursor).web_.logOuts, 1);
+    EXPECT_TRUE(shown(logIn));
+    EXPECT_FALSE(shown(account));
+    press(logIn);
+    EXPECT_EQ(m->login.shown, std::vector<ProviderID>{cursor});
+
+    m->provider(cursor).web_.expiry.reset(); // a session cookie: nothing to say
+    m->refresh(cursor);
+    EXPECT_FALSE(shown(row("login-expiry-cursor")));
+    press(button("switch-account-cursor"));
+    EXPECT_EQ(m->provider(cursor).web_.logOuts, 2);
+    EXPECT_EQ(m->login.shown, (std::vector<ProviderID>{cursor, cursor}));
+}
+
+TEST_F(SettingsViewTest, StartAtLoginFollowsTheAutostartEntry) {
+    const std::string entry = m->dir.file("autostart/app.ostrel.Ostrel.desktop");
+    EXPECT_FALSE(toggle("start-at-login").get_active()) << "off by default";
+    flip("start-at-login");
+    EXPECT_NE(readFile(entry).find("X-GNOME-Autostart-enabled=true"), std::string::npos);
+
+    // A folder where the entry was: shown again, the switch reads it as off (else the flip below would
+    // turn it off), and a change that cannot be made says why and leaves the switch as the file has it.
+    g_remove(entry.c_str());
+    g_mkdir_with_parents((entry + "/keep").c_str(), 0700);
+    view().setScreen(PanelScreen::main);
+    view().setScreen(PanelScreen::settings);
+    drain();
+    flip("start-at-login");
+    EXPECT_FALSE(toggle("start-at-login").get_active());
+    auto& problem = named<Gtk::Label>(settingsPage(), "start-at-login-problem");
+    EXPECT_TRUE(shown(problem));
+    EXPECT_TRUE(problem.get_text().find("Could not turn on start at login") == 0) << problem.get_text();
 }

@@ -1,8 +1,11 @@
-// The provider panel's four pictures, each from a model state reached through real refreshes.
+// The provider panel's four pictures, each from a model state reached through real refreshes, and
+// with a usage history: the forecast under the countdown, the seven-day chart, "Clear history".
 
 #include "model/time_format.h"
+#include "model/usage_history.h"
 #include "panel_harness.h"
 #include "support/loop.h"
+#include "ui/panel/clear_history_button.h"
 #include "ui/panel/limit_row.h"
 #include "ui/panel/provider_logo.h"
 #include "ui/panel/provider_panel.h"
@@ -30,8 +33,7 @@ class ProviderPanelTest : public ::testing::Test {
         host = std::make_unique<Host>(*panel);
     }
     void TearDown() override {
-        host.reset();
-        panel.reset();
+        m.model->setHistory(nullptr); // before the history goes
         setAnimations(true);
     }
     UsageView& usage() {
@@ -46,68 +48,51 @@ class ProviderPanelTest : public ::testing::Test {
     }
 
     PanelModel m;
+    std::unique_ptr<UsageHistory> history;
     std::unique_ptr<ProviderPanel> panel;
     std::unique_ptr<Host> host;
 };
 
 } // namespace
 
-TEST_F(ProviderPanelTest, ChecksBeforeTheFirstRefreshThenShowsTheFailureWithRetry) {
-    EXPECT_EQ(panel->picture(), ProviderPicture::checking);
+TEST_F(ProviderPanelTest, ChecksFailsWithRetryShowsAMessageByAFadedLogoAndAsksToLogIn) {
     EXPECT_EQ(shownTexts(*panel), std::vector<std::string>{"Checking Claude…"});
-    ASSERT_EQ(all<Gtk::Spinner>(*panel).size(), 1u);
-    EXPECT_TRUE(all<Gtk::Spinner>(*panel).front()->get_spinning());
+    EXPECT_TRUE(all<Gtk::Spinner>(*panel).at(0)->get_spinning());
 
     m.fail(claude, ProviderError::http(500, "claude.test"));
-    EXPECT_EQ(panel->picture(), ProviderPicture::failed);
     EXPECT_EQ(shownTexts(*panel), (std::vector<std::string>{"Error: HTTP 500 from claude.test.", "Retry"}));
-
     m.answer(claude, PanelModel::snapshot(m.limit("session", 20)));
-    const int before = m.provider(claude).fetches;
     press(named<Gtk::Button>(*panel, "retry"));
-    EXPECT_EQ(m.provider(claude).fetches, before + 1);
     EXPECT_EQ(panel->picture(), ProviderPicture::usage);
-}
 
-TEST_F(ProviderPanelTest, ALoggedOutServiceAsksToLogInEvenWithNumbersHeld) {
-    m.succeed(claude, PanelModel::snapshot(m.limit("session", 20)));
-    m.fail(claude, ProviderError::needsLogin());
-    ASSERT_TRUE(m.model->state(claude).snapshot) << "the numbers are still held";
-    EXPECT_EQ(panel->picture(), ProviderPicture::loginPrompt);
-    EXPECT_EQ(shownTexts(*panel),
-              (std::vector<std::string>{
-                  "Connect Claude",
-                  "Log in once and Ostrel keeps your usage up to date. You stay logged in between launches.",
-                  "Log in to Claude"}));
-    press(named<Gtk::Button>(*panel, "log-in"));
-    EXPECT_EQ(m.login.shown, std::vector<ProviderID>{claude});
-}
-
-TEST_F(ProviderPanelTest, NumbersWithoutAMainLimitShowTheMessageByAFadedLogo) {
+    // Numbers without a main limit.
     m.succeed(claude, PanelModel::snapshot(std::nullopt));
-    EXPECT_EQ(panel->picture(), ProviderPicture::info);
     EXPECT_EQ(shownTexts(*panel), std::vector<std::string>{"No usage data yet"});
     auto logos = all<ProviderLogo>(*panel);
     EXPECT_EQ(std::count_if(logos.begin(), logos.end(), [](auto* logo) { return shown(*logo); }), 1);
-
     UsageSnapshot withMessage = PanelModel::snapshot(std::nullopt);
     withMessage.message = "Usage-based pricing: no fixed allowance";
     m.succeed(claude, withMessage);
     EXPECT_EQ(shownTexts(*panel), std::vector<std::string>{"Usage-based pricing: no fixed allowance"});
+
+    m.fail(claude, ProviderError::needsLogin());
+    ASSERT_TRUE(m.model->state(claude).snapshot) << "the numbers are still held";
+    EXPECT_EQ(panel->picture(), ProviderPicture::loginPrompt);
+    EXPECT_EQ(shownTexts(*panel).size(), 3u) << "a heading, what logging in does, the button";
+    press(named<Gtk::Button>(*panel, "log-in"));
+    EXPECT_EQ(m.login.shown, std::vector<ProviderID>{claude});
 }
 
-TEST_F(ProviderPanelTest, UsageShowsGaugeFigureCountdownAndSecondaryLimits) {
+TEST_F(ProviderPanelTest, UsageShowsGaugeFigureCountdownAndOtherLimitsClampedAndNotStarted) {
     UsageLimit weekly = m.limit("weekly", 20, 3 * 24h);
     weekly.title = "Weekly";
     UsageLimit opus{"opus", "Opus", 5, std::nullopt};
     m.succeed(claude, PanelModel::snapshot(m.limit("session", 37, 2h + 5min), {weekly, opus}));
-    ASSERT_EQ(panel->picture(), ProviderPicture::usage);
-    host->settle();
+    settle();
 
     GaugeView& gauge = usage().gauge();
     EXPECT_DOUBLE_EQ(gauge.level(), 0.63);
     EXPECT_EQ(gauge.state(), UsageLevel::high);
-    EXPECT_EQ(gauge.theme(), GaugeTheme::glass);
     EXPECT_EQ(std::string(gauge.get_tooltip_text()),
               "Updated " + shortTime(*m.model->state(claude).lastUpdated));
     EXPECT_EQ(named<Gtk::Label>(*panel, "big-figure").get_text(), "63% left");
@@ -123,30 +108,20 @@ TEST_F(ProviderPanelTest, UsageShowsGaugeFigureCountdownAndSecondaryLimits) {
     EXPECT_EQ(named<Gtk::Label>(*panel, "figure-detail").get_text(), "Resets in 2h 5m");
     m.advance(0s);
     EXPECT_EQ(named<Gtk::Label>(*panel, "figure-detail").get_text(), "Resets in 1h 55m");
-    EXPECT_EQ(&usage().gauge(), &gauge) << "the same gauge is updated in place";
     EXPECT_FALSE(shown(named<Gtk::Separator>(*panel, "limits-divider"))) << "no other limits, no divider";
     EXPECT_TRUE(rows().empty());
 
     m.settings.setTheme(GaugeTheme::meter);
     settle();
     EXPECT_EQ(gauge.theme(), GaugeTheme::meter);
-}
 
-TEST_F(ProviderPanelTest, FiguresAreClampedAndNotStartedHidesTheCountdown) {
-    m.succeed(claude, PanelModel::snapshot(m.limit("session", 120, 1h)));
-    EXPECT_EQ(named<Gtk::Label>(*panel, "big-figure").get_text(), "0% left");
-    EXPECT_DOUBLE_EQ(usage().gauge().level(), 0);
-    EXPECT_EQ(usage().gauge().state(), UsageLevel::low);
-
-    UsageSnapshot fresh = PanelModel::snapshot(m.limit("session", -5, 5h));
+    // A window not yet started shows no countdown.
+    UsageSnapshot fresh = PanelModel::snapshot(m.limit("session", 0, 5h));
     fresh.mainNotStarted = true;
     fresh.note = "On-demand usage is on";
     m.succeed(claude, fresh);
-    EXPECT_EQ(named<Gtk::Label>(*panel, "big-figure").get_text(), "100% left");
-    EXPECT_DOUBLE_EQ(usage().gauge().level(), 1);
     EXPECT_EQ(named<Gtk::Label>(*panel, "figure-detail").get_text(), "Not started");
-    EXPECT_TRUE(shown(named<Gtk::Label>(*panel, "note")));
-    EXPECT_EQ(named<Gtk::Label>(*panel, "note").get_text(), "On-demand usage is on");
+    EXPECT_TRUE(showsText(*panel, "On-demand usage is on"));
 
     m.succeed(claude, PanelModel::snapshot(m.limit("session", 50)));
     EXPECT_FALSE(shown(named<Gtk::Label>(*panel, "figure-detail"))) << "no reset time, no countdown";
@@ -159,8 +134,7 @@ TEST_F(ProviderPanelTest, AFailureAfterSuccessKeepsTheNumbersUnderAStaleBanner) 
     const TimePoint fetched = *m.model->state(claude).lastUpdated;
 
     m.fail(claude, ProviderError::http(502, "claude.test"));
-    EXPECT_EQ(panel->picture(), ProviderPicture::usage);
-    EXPECT_TRUE(shown(banner));
+    EXPECT_TRUE(shown(banner)) << "on the numbers, which stay";
     EXPECT_EQ(banner.text(), "Couldn't update · showing " + shortTime(fetched));
     EXPECT_EQ(std::string(banner.get_tooltip_text()), "HTTP 502 from claude.test");
     EXPECT_EQ(named<Gtk::Label>(*panel, "big-figure").get_text(), "60% left");
@@ -169,16 +143,56 @@ TEST_F(ProviderPanelTest, AFailureAfterSuccessKeepsTheNumbersUnderAStaleBanner) 
 
     // A bot check: the numbers stay, and the site can be opened where a person passes the check.
     m.fail(claude, ProviderError::botCheck("claude.test"));
-    EXPECT_EQ(named<Gtk::Label>(*panel, "big-figure").get_text(), "60% left");
     ASSERT_TRUE(shown(openSite));
     EXPECT_EQ(openSite.get_label(), "Open claude.test");
     press(openSite);
     EXPECT_EQ(m.login.shown, std::vector<ProviderID>{claude});
 
     m.answer(claude, PanelModel::snapshot(m.limit("session", 45, 1h)));
-    const int before = m.provider(claude).fetches;
     press(named<Gtk::Button>(*panel, "banner-retry"));
-    EXPECT_EQ(m.provider(claude).fetches, before + 1);
     EXPECT_FALSE(shown(banner)) << "the next success clears it";
     EXPECT_EQ(named<Gtk::Label>(*panel, "big-figure").get_text(), "55% left");
+}
+
+TEST_F(ProviderPanelTest, ShowsForecastAndChartOnceTheHistorySaysSomething) {
+    history = std::make_unique<UsageHistory>(*m.model, m.dir.file("history.sqlite"));
+    m.model->setHistory(history.get());
+    const TimePoint reset = m.clock.now() + 3h;
+    auto session = [&](double used) {
+        return PanelModel::snapshot(UsageLimit{"session", "Session", used, reset});
+    };
+    m.succeed(claude, session(20));
+    settle();
+    EXPECT_FALSE(shown(usage().chart())) << "less than a day of readings";
+    EXPECT_FALSE(shown(named<Gtk::Label>(*panel, "pace")));
+
+    history->clear(); // the history is written in time order; start it three days back
+    for (TimePoint t = m.clock.now() - 72h; t < m.clock.now() - 40min; t += 25min)
+        history->store().record({claude, "session", "Session", 30, t + 5h, t});
+    // Half an hour at a steady 1 % a minute: out long before the reset.
+    for (int minute = 0; minute <= 30; minute += 2) {
+        m.succeed(claude, session(27.0 + minute));
+        m.clock.advance(2min);
+    }
+    m.advance(0s);
+    settle();
+    HistoryChart& chart = usage().chart();
+    ASSERT_TRUE(shown(chart));
+    const std::string pace = named<Gtk::Label>(*panel, "pace").get_text();
+    EXPECT_EQ(pace.rfind("At this pace: runs out in ", 0), 0u) << pace;
+
+    // The pointer at the right edge is over the newest reading; left of the first, nothing.
+    const auto newest = chart.readingAt(chart.get_width());
+    ASSERT_TRUE(newest);
+    EXPECT_EQ(newest->percentUsed, 57);
+    EXPECT_EQ(HistoryChart::describe(*newest), weekdayTime(newest->at) + " · 43% left");
+    EXPECT_LT(chart.readingAt(chart.get_width() * 4.5 / 7).value().at, m.clock.now() - 24h) << "2.5 days ago";
+    EXPECT_FALSE(chart.readingAt(0));
+
+    ClearHistoryButton clear(*m.model);
+    press(clear);
+    settle();
+    EXPECT_FALSE(shown(chart));
+    EXPECT_FALSE(shown(named<Gtk::Label>(*panel, "pace")));
+    EXPECT_TRUE(history->store().readings(claude, "session", TimePoint{}).empty());
 }
