@@ -17,8 +17,10 @@ import argparse
 import json
 import random
 import re
+import os
 import subprocess
 import sys
+import tempfile
 import time
 from pathlib import Path
 
@@ -126,10 +128,18 @@ def stamps(tests):
     return {f: f.stat().st_mtime_ns for _, files in tests for f in files if f.exists()}
 
 
-def run(cmd, timeout):
+# A fault can send a test's writes outside its temporary folders (a wrong autostart folder, say):
+# the tests run with a scratch home, so they never land in the user's.
+SCRATCH_HOME = tempfile.mkdtemp(prefix="ostrel-mutants-")
+ENV = dict(os.environ, HOME=SCRATCH_HOME, XDG_CONFIG_HOME=SCRATCH_HOME + "/config",
+           XDG_DATA_HOME=SCRATCH_HOME + "/data", XDG_CACHE_HOME=SCRATCH_HOME + "/cache",
+           XDG_STATE_HOME=SCRATCH_HOME + "/state")
+
+
+def run(cmd, timeout, env=None):
     try:
         return subprocess.run(cmd, cwd=ROOT, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                              text=True, timeout=timeout)
+                              text=True, timeout=timeout, env=env)
     except subprocess.TimeoutExpired:
         return None
 
@@ -185,7 +195,7 @@ def main():
                     result = "missed"
                 else:
                     ran = run(["ctest", "--test-dir", args.build, "-j2", "--stop-on-failure", "-E", EXCLUDE,
-                               "-I", "0,0,0," + ",".join(seeing)], 3600)
+                               "-I", "0,0,0," + ",".join(seeing)], 3600, ENV)
                     result = "caught" if ran is None or ran.returncode != 0 else "missed"
         finally:
             (ROOT / site[0]).write_text(original)
