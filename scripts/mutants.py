@@ -14,9 +14,11 @@ the tests can be checked against the faults the suite caught before it. Run it u
 session bus, as scripts/test.sh runs the suite. It is run by hand; nothing in CI calls it."""
 
 import argparse
+import atexit
 import json
 import random
 import re
+import shutil
 import os
 import subprocess
 import sys
@@ -131,6 +133,7 @@ def stamps(tests):
 # A fault can send a test's writes outside its temporary folders (a wrong autostart folder, say):
 # the tests run with a scratch home, so they never land in the user's.
 SCRATCH_HOME = tempfile.mkdtemp(prefix="ostrel-mutants-")
+atexit.register(shutil.rmtree, SCRATCH_HOME, ignore_errors=True)
 ENV = dict(os.environ, HOME=SCRATCH_HOME, XDG_CONFIG_HOME=SCRATCH_HOME + "/config",
            XDG_DATA_HOME=SCRATCH_HOME + "/data", XDG_CACHE_HOME=SCRATCH_HOME + "/cache",
            XDG_STATE_HOME=SCRATCH_HOME + "/state")
