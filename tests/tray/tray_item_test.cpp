@@ -88,6 +88,11 @@ TEST(TrayItem, RegistersWithLateAndRestartedWatchersServesItsPropertiesAndRunsTh
     GVariantPtr root(g_variant_get_child_value(layout.get(), 1));
     GVariantPtr children(g_variant_get_child_value(root.get(), 2));
     EXPECT_EQ(g_variant_n_children(children.get()), 3u) << "Open, Refresh, Quit";
+    // Hosts that read the entries in groups get one answer for each.
+    GVariantPtr group = call("/Menu", "com.canonical.dbusmenu", "GetGroupProperties",
+                             g_variant_new_parsed("([1, 2, 3], @as [])"));
+    ASSERT_TRUE(group);
+    EXPECT_EQ(g_variant_n_children(GVariantPtr(g_variant_get_child_value(group.get(), 0)).get()), 3u);
     call("/Menu", "com.canonical.dbusmenu", "Event",
          g_variant_new("(isvu)", 2, "clicked", g_variant_new_int32(0), 0u));
     GVariantBuilder events;
