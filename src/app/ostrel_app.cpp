@@ -9,6 +9,7 @@
 #include <glib-unix.h>
 #include <iostream>
 #include <tuple>
+#include <unistd.h>
 
 namespace ostrel {
 
@@ -24,6 +25,7 @@ int runStatusCommand(bool demo, int argc, char** argv) {
         return 2;
     }
     request->busName = demo ? demoAppId : appId;
+    request->outputFd = STDOUT_FILENO;
     return runStatus(*request, nullptr, std::cout, std::cerr);
 }
 
@@ -50,6 +52,20 @@ OstrelApp::~OstrelApp() {
     demo_.reset();
 }
 
+bool OstrelApp::dbus_register_vfunc(const Glib::RefPtr<Gio::DBus::Connection>& connection,
+                                    const Glib::ustring& objectPath) {
+    // Exported before the name is taken, so a caller that finds the name finds the object too (it
+    // says "starting" until the model is there). A second start drops it again with its name.
+    status_ = std::make_unique<StatusService>(connection ? connection->gobj() : nullptr);
+    return Gtk::Application::dbus_register_vfunc(connection, objectPath);
+}
+
+void OstrelApp::dbus_unregister_vfunc(const Glib::RefPtr<Gio::DBus::Connection>& connection,
+                                      const Glib::ustring& objectPath) {
+    status_.reset();
+    Gtk::Application::dbus_unregister_vfunc(connection, objectPath);
+}
+
 void OstrelApp::on_startup() {
     Gtk::Application::on_startup();
     hold(); // a tray app: no window keeps it alive
@@ -72,7 +88,8 @@ void OstrelApp::on_startup() {
     core_ = std::make_unique<AppCore>(options, clock_);
 
     UsageModel& model = core_->model();
-    status_ = std::make_unique<StatusService>(bus, model, &core_->history());
+    if (!status_) status_ = std::make_unique<StatusService>(bus);
+    status_->attach(model, &core_->history());
     appearance_ = std::make_unique<TrayAppearance>(bus, [&model] { model.updateTrayAppearance(); });
     model.setAppearanceSource([this] { return appearance_->barIsDark(); });
 

@@ -33,6 +33,10 @@ class OstrelApp : public Gtk::Application {
     void on_startup() override;
     void on_activate() override;
     void on_shutdown() override;
+    bool dbus_register_vfunc(const Glib::RefPtr<Gio::DBus::Connection>& connection,
+                             const Glib::ustring& objectPath) override;
+    void dbus_unregister_vfunc(const Glib::RefPtr<Gio::DBus::Connection>& connection,
+                               const Glib::ustring& objectPath) override;
 
   private:
     // Registers the application's named actions (app_actions.cpp).

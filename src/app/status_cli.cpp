@@ -7,8 +7,10 @@
 #include "base/gobject_ptr.h"
 
 #include <functional>
+#include <glib-unix.h>
 #include <memory>
 #include <ostream>
+#include <string_view>
 
 namespace ostrel {
 
@@ -17,8 +19,14 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr int callTimeoutMs = 3000;
+// How soon a follower asks again while the app is starting (its name is there, its status object
+// not yet), and after a read that failed.
+constexpr auto startingRetry = 250ms;
+constexpr auto failedRetry = 2s;
+// A follower reads again at least this often, so a lost signal costs a minute at most.
+constexpr auto heartbeat = 60s;
 
-enum class Answer { ok, notRunning, failed };
+enum class Answer { ok, notRunning, starting, failed };
 
 struct Reply {
     Answer answer = Answer::failed;
@@ -30,6 +38,23 @@ Task<GObjectPtr<GDBusConnection>> sessionBus() {
                                        gpointer ud) { g_bus_get(G_BUS_TYPE_SESSION, c, cb, ud); },
                                     std::chrono::milliseconds(callTimeoutMs));
     co_return adopt(g_bus_get_finish(out.result.get(), nullptr));
+}
+
+Answer judge(const GError* e) {
+    if (!e || e->domain != G_DBUS_ERROR) return Answer::failed;
+    switch (e->code) {
+    case G_DBUS_ERROR_SERVICE_UNKNOWN:
+    case G_DBUS_ERROR_NAME_HAS_NO_OWNER:
+        return Answer::notRunning;
+    // The app takes its name before its status object is there: for a moment at every start the
+    // name answers but the object does not.
+    case G_DBUS_ERROR_UNKNOWN_METHOD:
+    case G_DBUS_ERROR_UNKNOWN_OBJECT:
+    case G_DBUS_ERROR_UNKNOWN_INTERFACE:
+        return Answer::starting;
+    default:
+        return Answer::failed;
+    }
 }
 
 Task<Reply> readProperty(GDBusConnection* bus, std::string busName, std::string property) {
@@ -45,11 +70,10 @@ Task<Reply> readProperty(GDBusConnection* bus, std::string busName, std::string 
     GErrorOut err;
     GVariantPtr reply(g_dbus_connection_call_finish(bus, out.result.get(), err.out()));
     if (!reply) {
-        const GError* e = err.get();
-        const bool absent =
-            e && e->domain == G_DBUS_ERROR &&
-            (e->code == G_DBUS_ERROR_SERVICE_UNKNOWN || e->code == G_DBUS_ERROR_NAME_HAS_NO_OWNER);
-        co_return Reply{absent ? Answer::notRunning : Answer::failed, err.message()};
+        if (err.get() && g_dbus_error_is_remote_error(err.get()) &&
+            std::string_view(GCharPtr(g_dbus_error_get_remote_error(err.get())).get()) == statusStartingError)
+            co_return Reply{Answer::starting, err.message()};
+        co_return Reply{judge(err.get()), err.message()};
     }
     GVariant* boxed = nullptr;
     g_variant_get(reply.get(), "(v)", &boxed);
@@ -72,9 +96,16 @@ const char* propertyFor(StatusRequest::Format f) {
 }
 
 int report(const Reply& r, std::ostream& err) {
-    if (r.answer == Answer::notRunning) {
+    switch (r.answer) {
+    case Answer::notRunning:
         err << "Ostrel is not running\n";
         return statusNotRunning;
+    case Answer::starting:
+        err << "Ostrel is starting\n";
+        return statusNotRunning;
+    case Answer::ok:
+    case Answer::failed:
+        break;
     }
     err << "ostrel: could not read the status: " << r.value << "\n";
     return 1;
@@ -97,10 +128,12 @@ class Subscription {
     unsigned id_;
 };
 
-// What the follower waits for: a change, the app going away, or being told to stop.
+// What the follower waits for: a change (or the app's return, or time to ask again), the app going
+// away, its reader going away, or being told to stop.
 struct FollowState {
     bool changed = false;
     bool gone = false;
+    bool readerGone = false;
     std::shared_ptr<AsyncEvent> wake = std::make_shared<AsyncEvent>();
     void poke() { wake->set(); }
 };
@@ -116,9 +149,11 @@ void onOwnerChanged(GDBusConnection*, const char*, const char*, const char*, con
                     gpointer data) {
     const char *name = nullptr, *oldOwner = nullptr, *newOwner = nullptr;
     g_variant_get(params, "(&s&s&s)", &name, &oldOwner, &newOwner);
-    if (newOwner && *newOwner) return;
     auto* s = static_cast<FollowState*>(data);
-    s->gone = true;
+    if (newOwner && *newOwner)
+        s->changed = true; // back (or handed over): read the fresh numbers
+    else
+        s->gone = true;
     s->poke();
 }
 
@@ -136,6 +171,26 @@ void onStop(GCancellable*, gpointer data) {
         held.release(), +[](gpointer p) { delete static_cast<std::shared_ptr<FollowState>*>(p); });
 }
 
+// The line a follower prints while the app is away, in the requested format.
+const char* awayLine(StatusRequest::Format f) {
+    switch (f) {
+    case StatusRequest::Format::text:
+        return "Ostrel is not running";
+    case StatusRequest::Format::json:
+        return R"({"running": false, "services": []})";
+    case StatusRequest::Format::waybar:
+        return R"({"text": "Ostrel off", "tooltip": "Ostrel is not running", "class": "not-running", "alt": "not-running"})";
+    }
+    return "Ostrel is not running";
+}
+
+// A bar reads line by line, as they come; false when the line could not be written (the reader
+// went away).
+bool writeLine(std::ostream& out, std::string_view line) {
+    out << line << std::endl;
+    return static_cast<bool>(out);
+}
+
 Task<int> follow(GDBusConnection* bus, StatusRequest request, std::ostream& out, std::ostream& err,
                  GCancellable* stop) {
     auto shared = std::make_shared<FollowState>();
@@ -146,32 +201,70 @@ Task<int> follow(GDBusConnection* bus, StatusRequest request, std::ostream& out,
     Subscription owner(bus, "org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged",
                        "/org/freedesktop/DBus", request.busName.c_str(), onOwnerChanged, &state);
     gulong stopHandler = stop ? g_cancellable_connect(stop, G_CALLBACK(onStop), &shared, nullptr) : 0;
+    // A pipe whose reader closed reports an error at once, before there is a line to write.
+    SourceId readerWatch;
+    if (request.outputFd >= 0)
+        readerWatch = SourceId(g_unix_fd_add(
+            request.outputFd, static_cast<GIOCondition>(G_IO_ERR | G_IO_HUP),
+            +[](int, GIOCondition, gpointer data) -> gboolean {
+                auto* s = static_cast<FollowState*>(data);
+                s->readerGone = true;
+                s->poke();
+                return G_SOURCE_CONTINUE; // removed with the watch
+            },
+            &state));
     const char* property = propertyFor(request.format);
     std::string last;
+    bool away = false; // the away line is the last one printed
     int status = 0;
-    for (bool first = true;; first = false) {
-        if (first || state.changed) {
+    auto sayAway = [&] {
+        if (away) return true;
+        away = true;
+        last.clear(); // the numbers are printed again when the app is back
+        return writeLine(out, awayLine(request.format));
+    };
+    for (bool read = true;;) {
+        std::chrono::milliseconds next = heartbeat;
+        if (state.gone) {
+            state.gone = false;
+            if (!sayAway()) state.readerGone = true;
+        }
+        if ((read || state.changed) && !state.readerGone) {
             state.changed = false;
             const Reply r = co_await readProperty(bus, request.busName, property);
-            if (r.answer != Answer::ok) {
-                status = report(r, err);
-                break;
-            }
-            if (r.value != last) {
-                out << r.value << std::endl; // a bar reads line by line, as they come
+            bool written = true;
+            if (r.answer == Answer::ok) {
+                away = false;
+                if (r.value != last) written = writeLine(out, r.value);
                 last = r.value;
+            } else {
+                written = sayAway();
+                if (r.answer == Answer::starting) next = startingRetry;
+                if (r.answer == Answer::failed) next = failedRetry;
             }
+            if (!written) state.readerGone = true;
         }
-        if (state.gone) {
-            err << "Ostrel is not running\n";
-            status = statusNotRunning;
+        if (state.readerGone) {
+            err << "ostrel: the status could not be written; its reader went away\n";
+            status = 1;
             break;
         }
         if (stop && g_cancellable_is_cancelled(stop)) break;
-        if (!state.changed) {
-            co_await state.wake->wait();
-            state.wake = std::make_shared<AsyncEvent>();
-        }
+        read = false;
+        if (state.changed || state.gone) continue;
+        // Every wait ends: a change or the app's coming and going wakes it, else the timer.
+        SourceId timer(g_timeout_add_full(
+            G_PRIORITY_DEFAULT, static_cast<guint>(next.count()),
+            +[](gpointer data) -> gboolean {
+                auto* s = static_cast<FollowState*>(data);
+                s->changed = true;
+                s->poke();
+                return G_SOURCE_CONTINUE; // removed with `timer`
+            },
+            &state, nullptr));
+        auto wake = state.wake;
+        co_await wake->wait();
+        state.wake = std::make_shared<AsyncEvent>();
     }
     if (stopHandler) g_cancellable_disconnect(stop, stopHandler);
     co_return status;
@@ -241,7 +334,8 @@ int runStatus(const StatusRequest& request, GDBusConnection* bus, std::ostream& 
     TaskGroup tasks; // a task still waiting when the time is up ends with the command
     tasks.spawn(runInto(run(request, GObjectPtr<GDBusConnection>::ref(bus), out, err, stop), status));
     if (request.follow) {
-        // Until the app goes away or the caller stops it: a bar's continuous mode.
+        // Until its reader goes away or the caller stops it: a bar's continuous mode, which outlives
+        // restarts of the app.
         while (!*status)
             iterateUntil([&] { return status->has_value(); }, std::chrono::hours(24));
         return **status;

@@ -6,6 +6,9 @@
 //   Text   (s) what the tray says to a screen reader,
 //   Waybar (s) one line of a bar's custom-module JSON,
 // and whose signal Changed (s json) fires when the document changes. Reading it never fetches.
+// The object is exported before the app takes its name and answers the error
+// app.ostrel.Ostrel.Status.Error.Starting until the model is attached, so a caller can tell a
+// starting app from a broken one.
 
 #include "base/gobject_ptr.h"
 #include "model/usage_model.h"
@@ -20,11 +23,16 @@ class UsageHistory;
 
 inline constexpr const char* statusObjectPath = "/app/ostrel/Ostrel/Status";
 inline constexpr const char* statusInterface = "app.ostrel.Ostrel.Status";
+inline constexpr const char* statusStartingError = "app.ostrel.Ostrel.Status.Error.Starting";
 
 class StatusService {
   public:
-    // Registers the object on `bus` (which the app's well-known name is owned on).
+    // Registers the object on `bus` (which the app's well-known name is owned on); it answers
+    // "starting" until `attach`.
+    explicit StatusService(GDBusConnection* bus);
     StatusService(GDBusConnection* bus, UsageModel& model, const UsageHistory* history);
+    void attach(UsageModel& model, const UsageHistory* history);
+    bool attached() const { return model_ != nullptr; }
     ~StatusService();
     StatusService(const StatusService&) = delete;
     StatusService& operator=(const StatusService&) = delete;
@@ -36,8 +44,8 @@ class StatusService {
     void onModelChanged();
 
     GObjectPtr<GDBusConnection> bus_;
-    UsageModel& model_;
-    const UsageHistory* history_;
+    UsageModel* model_ = nullptr;
+    const UsageHistory* history_ = nullptr;
     unsigned registration_ = 0;
     std::string lastJson_;
     sigc::connection connection_;
