@@ -57,7 +57,7 @@ TEST_F(RealBinary, StartsShowsTheNumbersInTheTrayStaysSingleAndQuitsCleanly) {
     ASSERT_TRUE(app) << err.message();
     ASSERT_TRUE(runLoopUntil([&] { return !watcher_->registrations().empty(); }, 30s))
         << "tray item registered";
-    const std::string item = watcher_->registrations()[0].service;
+    const std::string item = watcher_->registrations()[0].busName;
     std::string title;
     for (int tries = 0; tries < 150 && title.rfind("Claude", 0) != 0; ++tries) {
         pump(200ms);
