@@ -4,8 +4,13 @@
 
 namespace ostrel {
 
-ServiceTrayItems::ServiceTrayItems(UsageModel& model, ItemFactory makeItem)
-    : model_(model), makeItem_(std::move(makeItem)) {
+bool showsNewestFirst(const std::string& host) {
+    // Xfce's tray runs as the panel plugin's own process, "panel-<n>-systray", or inside the panel.
+    return host == "xfce4-panel" || (host.rfind("panel-", 0) == 0 && host.ends_with("-systray"));
+}
+
+ServiceTrayItems::ServiceTrayItems(UsageModel& model, ItemFactory makeItem, bool newestFirst)
+    : model_(model), makeItem_(std::move(makeItem)), newestFirst_(newestFirst) {
     changed_ = model_.changed.connect([this] { update(); });
     update();
 }
@@ -18,17 +23,14 @@ void ServiceTrayItems::update() {
     const std::vector<TrayEntry> shown = model_.trayEntries();
     const bool dark = model_.isDarkTray();
     const std::size_t wanted = std::max<std::size_t>(shown.size(), 1);
-    // Items keep their places: the first stays, later ones come and go at the end.
-    while (items_.size() > wanted)
-        items_.pop_back();
-    while (items_.size() < wanted)
-        items_.push_back(makeItem_(static_cast<int>(items_.size()) + 1));
+    if (items_.size() != wanted) rebuild(wanted);
 
     if (shown.empty()) {
         std::vector<TrayPixmap> icon;
         for (int px : {22, 44})
             icon.push_back(TrayPixmap::fromSurface(renderPlainIcon(px, dark).get()));
         items_[0]->setService("");
+        items_[0]->setTitlePrefix("");
         items_[0]->update(std::move(icon), "Ostrel", "");
         return;
     }
@@ -42,7 +44,29 @@ void ServiceTrayItems::update() {
             badge.push_back(
                 TrayPixmap::fromSurface(renderServiceBadge(item.id, left, item.level, dark, px).get()));
         items_[i]->setService(std::string(rawValue(item.id)));
+        items_[i]->setTitlePrefix(shown.size() > 1 ? "Ostrel " + std::to_string(i + 1) + " of " +
+                                                         std::to_string(shown.size()) + ": "
+                                                   : "");
         items_[i]->update(std::move(badge), spokenText(item), item.text);
+    }
+}
+
+} // namespace ostrel
+
+namespace ostrel {
+
+void ServiceTrayItems::rebuild(std::size_t count) {
+    // A host that orders by registration would put an item added later at one end: all of them go
+    // and come back in order.
+    items_.clear();
+    for (std::size_t i = 0; i < count; ++i)
+        items_.push_back(makeItem_(static_cast<int>(i) + 1));
+    for (std::size_t k = 1; k < count; ++k) {
+        const std::size_t at = newestFirst_ ? count - 1 - k : k;
+        const std::size_t before = newestFirst_ ? at + 1 : at - 1;
+        // The items go together (items_ is cleared at once), so none outlives the one it waits for.
+        TrayItem* previous = items_[before].get();
+        items_[at]->registerAfter([previous] { return previous->registered(); });
     }
 }
 

@@ -12,9 +12,23 @@ TrayController::TrayController(UsageModel& model, GDBusConnection* bus, GActionG
     settingsChanged_ = model_.settings().changed.connect([this] { apply(); });
     hostChanged_ = host_.changed.connect([this] { apply(); });
     apply();
+    if (!bus_) {
+        setPresent(false);
+        return;
+    }
+    watchId_ = g_bus_watch_name_on_connection(
+        bus_, "org.kde.StatusNotifierWatcher", G_BUS_NAME_WATCHER_FLAGS_NONE,
+        [](GDBusConnection*, const char*, const char*, gpointer self) {
+            static_cast<TrayController*>(self)->setPresent(true);
+        },
+        [](GDBusConnection*, const char*, gpointer self) {
+            static_cast<TrayController*>(self)->setPresent(false);
+        },
+        this, nullptr);
 }
 
 TrayController::~TrayController() {
+    if (watchId_) g_bus_unwatch_name(watchId_);
     settingsChanged_.disconnect();
     hostChanged_.disconnect();
 }
@@ -26,22 +40,36 @@ void TrayController::apply() {
                              override_ != "label" && override_ != "per-service";
     if (hostMatters && !host_.settled() && !shape_) return;
     const TrayShape shape = chooseTrayShape(model_.settings().trayLayout(), override_, host_.name());
-    if (shape_ == shape) return;
+    const bool newestFirst = showsNewestFirst(host_.name());
+    if (shape_ == shape && (shape == TrayShape::label || newestFirst == newestFirst_)) return;
     // The old items leave the bus before the new ones take their names.
     services_.reset();
     presenter_.reset();
     label_.reset();
     shape_ = shape;
+    newestFirst_ = newestFirst;
     if (shape == TrayShape::perService) {
         GDBusConnection* bus = bus_;
         GActionGroup* actions = actions_;
         services_ = std::make_unique<ServiceTrayItems>(
-            model_, [bus, actions](int index) { return std::make_unique<TrayItem>(bus, actions, index); });
+            model_,
+            [bus, actions](int index) { return std::make_unique<TrayItem>(bus, actions, index, true); },
+            newestFirst);
     } else {
         label_ = std::make_unique<TrayItem>(bus_, actions_);
         presenter_ = std::make_unique<TrayPresenter>(model_, *label_);
     }
     log(std::string("Tray: ") + (shape == TrayShape::label ? "one label" : "one item per service"));
+}
+
+} // namespace ostrel
+
+namespace ostrel {
+
+void TrayController::setPresent(bool present) {
+    if (trayPresent_ == present) return;
+    trayPresent_ = present;
+    presenceChanged.emit();
 }
 
 } // namespace ostrel

@@ -5,6 +5,7 @@
 #include "tray/service_tray_items.h"
 #include "tray/tray_controller.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <tuple>
 #include <vector>
@@ -37,27 +38,74 @@ TEST(ServiceTrayItems, OneSquareItemPerServiceShowingAndTheControllerFollowsTheS
     fake::FakeTrayWatcher watcher(host.get());
     ASSERT_TRUE(runLoopUntil([&] { return watcher.owned(); }, 5s));
     ScriptedModel m;
-    auto registered = [&](std::size_t n) {
-        return runLoopUntil([&] { return watcher.registrations().size() == n; }, 5s);
+    auto listed = [&](std::size_t n) {
+        return runLoopUntil([&] { return watcher.items().size() == n; }, 5s);
     };
     {
         ServiceTrayItems tray(
-            *m.model, [&](int index) { return std::make_unique<TrayItem>(app.get(), nullptr, index); });
+            *m.model, [&](int index) { return std::make_unique<TrayItem>(app.get(), nullptr, index, true); });
         ASSERT_EQ(tray.items().size(), 1u) << "nothing to show: the plain icon";
         for (ProviderID id : {ProviderID::claude, ProviderID::codex})
             m.succeed(id, m.snapshot(m.limit("main", 25)));
         ASSERT_EQ(tray.items().size(), 2u);
-        ASSERT_TRUE(registered(2));
-        EXPECT_NE(watcher.registrations()[0].sender, watcher.registrations()[1].sender)
+        ASSERT_TRUE(listed(2)) << "the plain icon's item left with its connection";
+        EXPECT_NE(watcher.items()[0].sender, watcher.items()[1].sender)
             << "each item is a party of its own, so both can sit at the usual object path";
         m.fail(ProviderID::claude, ProviderError::needsLogin());
         EXPECT_EQ(tray.items().size(), 1u) << "a service that needs a login leaves the tray";
     }
+    ASSERT_TRUE(listed(0));
     TrayController tray(*m.model, app.get(), nullptr);
-    // The watcher is this test program: a host with no known name gets one item per service.
-    ASSERT_TRUE(registered(3));
+    // The watcher is this test program: a host with no known name gets one item per service (here
+    // Codex's alone), on a connection of its own.
+    const std::string appName = g_dbus_connection_get_unique_name(app.get());
+    ASSERT_TRUE(listed(1));
+    EXPECT_NE(watcher.items()[0].busName, appName);
     EXPECT_EQ(tray.shape(), TrayShape::perService);
+    EXPECT_EQ(tray.trayPresent(), std::optional<bool>(true));
     m.settings.setTrayLayout(TrayLayout::label);
-    ASSERT_TRUE(registered(4));
+    ASSERT_TRUE(runLoopUntil(
+        [&] { return watcher.items().size() == 1 && watcher.items()[0].busName == appName; }, 5s));
     EXPECT_EQ(tray.shape(), TrayShape::label);
+}
+
+// Hosts show items in the order they registered (Xfce: newest first) or sort them by title
+// (Plasma): either way they come out in the tabs' order, Claude, Cursor, Codex.
+TEST(ServiceTrayItems, ShowInTheTabsOrderWhereHostsOrderByRegistrationOrByTitle) {
+    EXPECT_TRUE(showsNewestFirst("panel-6-systray"));
+    EXPECT_TRUE(showsNewestFirst("xfce4-panel"));
+    EXPECT_FALSE(showsNewestFirst("waybar"));
+    EXPECT_FALSE(showsNewestFirst("plasmashell"));
+    PrivateBus bus;
+    auto host = bus.connect();
+    fake::FakeTrayWatcher watcher(host.get());
+    ASSERT_TRUE(runLoopUntil([&] { return watcher.owned(); }, 5s));
+    for (bool newestFirst : {false, true}) {
+        ScriptedModel m;
+        auto tray = std::make_unique<ServiceTrayItems>(
+            *m.model, [&](int index) { return std::make_unique<TrayItem>(nullptr, nullptr, index, true); },
+            newestFirst);
+        // The plain icon first, then three services: the set changes while the host is listening.
+        ASSERT_TRUE(runLoopUntil([&] { return watcher.items().size() == 1; }, 5s));
+        for (ProviderID id : {ProviderID::codex, ProviderID::claude, ProviderID::cursor})
+            m.succeed(id, m.snapshot(m.limit("main", 25)));
+        ASSERT_TRUE(runLoopUntil(
+            [&] {
+                return watcher.items().size() == 3 &&
+                       std::all_of(tray->items().begin(), tray->items().end(),
+                                   [](const auto& item) { return item->registered(); });
+            },
+            10s));
+        std::vector<std::string> titles;
+        for (const auto& item : watcher.items())
+            titles.push_back(runSync(trayItemProperty(host.get(), item.busName, "Title"), 10s));
+        if (newestFirst) std::reverse(titles.begin(), titles.end());
+        ASSERT_EQ(titles.size(), 3u);
+        EXPECT_EQ(titles[0].rfind("Ostrel 1 of 3: Claude", 0), 0u) << titles[0];
+        EXPECT_EQ(titles[1].rfind("Ostrel 2 of 3: Cursor", 0), 0u) << titles[1];
+        EXPECT_EQ(titles[2].rfind("Ostrel 3 of 3: Codex", 0), 0u) << titles[2];
+        EXPECT_TRUE(std::is_sorted(titles.begin(), titles.end())) << "sorted by title, they keep the order";
+        tray.reset(); // the items go with their connections, and the host drops them
+        ASSERT_TRUE(runLoopUntil([&] { return watcher.items().empty(); }, 5s));
+    }
 }
