@@ -1,6 +1,7 @@
 #include "app/ostrel_app.h"
 
 #include "app/status_cli.h"
+#include "async/loop.h"
 #include "base/log.h"
 #include "ui/panel/panel_window.h"
 
@@ -33,7 +34,21 @@ Task<void> startAfterLogin(AppCore* core, Demo* demo) {
     if (demo) co_await demo->logIn(*core);
     core->model().start();
 }
+
+// How long the first start waits for the bus to say whether there is a tray.
+constexpr auto trayAnswerBound = std::chrono::seconds(3);
 } // namespace
+
+Task<void> OstrelApp::openWithoutTray(OstrelApp* self) {
+    // The bus answers in a moment; a bus that says nothing counts as no tray.
+    for (auto waited = std::chrono::milliseconds(0); !self->tray_->trayPresent() && waited < trayAnswerBound;
+         waited += std::chrono::milliseconds(100))
+        co_await sleepFor(std::chrono::milliseconds(100));
+    if (self->tray_->trayPresent().value_or(false)) co_return;
+    if (!self->tray_->trayPresent()) self->panel_->setTrayPresent(false);
+    log("No system tray: the panel opens as a window");
+    self->openPanel();
+}
 
 Glib::RefPtr<OstrelApp> OstrelApp::create(bool demo) {
     return Glib::make_refptr_for_instance(new OstrelApp(demo));
@@ -99,6 +114,10 @@ void OstrelApp::on_startup() {
 
     // The tray's clicks and menu go through the same actions as the panel's buttons.
     tray_ = std::make_unique<TrayController>(model, bus, G_ACTION_GROUP(gobj()));
+    // Without a tray the panel is a window of its own; a tray that appears later takes it back.
+    trayPresence_ = tray_->presenceChanged.connect(
+        [this] { panel_->setTrayPresent(tray_->trayPresent().value_or(true)); });
+    panel_->setTrayPresent(tray_->trayPresent().value_or(true));
 
     // Ctrl+C and a polite kill end the run cleanly (the demo removes its folder).
     auto onSignal = [](gpointer self) -> gboolean {
@@ -112,8 +131,12 @@ void OstrelApp::on_startup() {
 }
 
 void OstrelApp::on_activate() {
-    // The first start only sets up the tray; starting the app again opens the panel.
-    if (!std::exchange(activatedOnce_, true)) return;
+    // The first start sets up the tray, and shows the panel only where there is none; starting the
+    // app again opens (raises) the panel.
+    if (!std::exchange(activatedOnce_, true)) {
+        tasks_.spawn(openWithoutTray(this));
+        return;
+    }
     activate_action("open-panel");
 }
 
@@ -141,6 +164,8 @@ void OstrelApp::togglePanel(const std::string& service, std::optional<std::pair<
 void OstrelApp::on_shutdown() {
     // Leave the tray at once; the rest goes with the application object, after the main loop has
     // stopped, so a refresh still under way can never resume into a torn-down session.
+    tasks_.cancelAll();
+    trayPresence_.disconnect();
     tray_.reset();
     if (panel_) remove_window(*panel_);
     Gtk::Application::on_shutdown();

@@ -1,6 +1,7 @@
 #pragma once
 // The application: one instance per user session (starting it again opens the running one's
-// panel), no main window, a tray item, and the panel it opens. --demo runs it against built-in
+// panel), no main window, a tray item, and the panel it opens. Where there is no tray, the first
+// start opens the panel as a window. --demo runs it against built-in
 // stand-in services with demo accounts.
 
 #include "app/app_core.h"
@@ -41,6 +42,8 @@ class OstrelApp : public Gtk::Application {
   private:
     // Registers the application's named actions (app_actions.cpp).
     void addActions();
+    // The first start: opens the panel as a window when the bus says there is no tray.
+    static Task<void> openWithoutTray(OstrelApp* self);
 
     bool demoMode_;
     bool activatedOnce_ = false;
@@ -51,6 +54,7 @@ class OstrelApp : public Gtk::Application {
     std::unique_ptr<TrayAppearance> appearance_;
     std::unique_ptr<TrayController> tray_;
     std::unique_ptr<PanelWindow> panel_;
+    sigc::connection trayPresence_;
     TaskGroup tasks_; // the start-up (demo log-in, then the model's cycle)
 };
 

@@ -38,6 +38,10 @@ ScreenRect workAreaAt(GdkSurface* surface, ScreenPoint pointer, int scale) {
 
 } // namespace
 
+bool onX11Display(Gtk::Window& window) {
+    return GDK_IS_X11_DISPLAY(window.get_display()->gobj());
+}
+
 bool available(Gtk::Window& window) {
     return x11Surface(window) != nullptr;
 }
@@ -74,11 +78,11 @@ std::optional<ScreenPoint> position(Gtk::Window& window) {
     return ScreenPoint{x, y};
 }
 
-void markAsDropDown(Gtk::Window& window) {
+void markAsDropDown(Gtk::Window& window, bool dropDown) {
     GdkSurface* surface = x11Surface(window);
     if (!surface) return;
-    gdk_x11_surface_set_skip_taskbar_hint(surface, TRUE);
-    gdk_x11_surface_set_skip_pager_hint(surface, TRUE);
+    gdk_x11_surface_set_skip_taskbar_hint(surface, dropDown);
+    gdk_x11_surface_set_skip_pager_hint(surface, dropDown);
 }
 
 } // namespace ostrel::X11Placement

@@ -91,3 +91,51 @@ TEST_F(PanelWindowTest, HidesWhenTheFocusGoesElsewhereUnlessTurnedOff) {
     EXPECT_TRUE(runLoopUntil([&] { return !window->get_visible(); }, std::chrono::seconds(5)));
     other.destroy();
 }
+
+// Without a tray the panel is a window of its own: decorated, with the app's icon, solid, saying
+// once that no tray was found, and staying when the focus goes elsewhere (nothing else would bring
+// it back). A tray that appears makes it a drop-down again from the next opening.
+TEST_F(PanelWindowTest, WithoutATrayItIsAWindowThatSaysSoOnceUntilATrayAppears) {
+    window->setHidesOnFocusLoss(true);
+    window->setTrayPresent(false);
+    EXPECT_FALSE(window->dropDown());
+    window->popup(std::pair{640, 1020});
+    settle();
+    EXPECT_TRUE(window->get_decorated());
+    EXPECT_EQ(window->get_icon_name(), "app.ostrel.Ostrel");
+    EXPECT_TRUE(window->noTrayNoticeShown());
+    EXPECT_FALSE(window->translucent());
+    auto corner = X11Placement::position(*window);
+    ASSERT_TRUE(corner);
+    EXPECT_NE(corner->y + window->get_height(), 1020 - 4) << "where the desktop puts it, not by a click";
+
+    Gtk::Window other;
+    other.set_default_size(50, 50);
+    other.present();
+    focus(*window);
+    ASSERT_TRUE(window->is_active());
+    focus(other);
+    pump(300ms);
+    EXPECT_TRUE(window->get_visible()) << "no tray: focus loss keeps it";
+
+    window->hide();
+    window->popup();
+    settle();
+    EXPECT_FALSE(window->noTrayNoticeShown()) << "said once";
+
+    window->setTrayPresent(true);
+    EXPECT_TRUE(window->get_decorated()) << "not changed under the user's eyes";
+    window->hide();
+    EXPECT_TRUE(window->dropDown());
+    EXPECT_FALSE(window->get_decorated());
+    window->popup(std::pair{640, 1020});
+    settle();
+    corner = X11Placement::position(*window);
+    ASSERT_TRUE(corner);
+    EXPECT_EQ(corner->y + window->get_height(), 1020 - 4);
+    focus(*window);
+    ASSERT_TRUE(window->is_active());
+    focus(other);
+    EXPECT_TRUE(runLoopUntil([&] { return !window->get_visible(); }, std::chrono::seconds(5)));
+    other.destroy();
+}
