@@ -153,6 +153,13 @@ class Session:
                       "string:org.kde.StatusNotifierWatcher", "string:RegisteredStatusNotifierItems"])
         return re.findall(r'string "([^"]*)"', r.stdout) if r.returncode == 0 else []
 
+    def owner_pid(self, name):
+        """The process id behind a bus name, or None."""
+        r = self.run(["dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus",
+                      "/org/freedesktop/DBus", "org.freedesktop.DBus.GetConnectionUnixProcessID", f"string:{name}"])
+        found = re.search(r"uint32 (\d+)", r.stdout) if r.returncode == 0 else None
+        return int(found.group(1)) if found else None
+
     def xfconf(self, prop, *args):
         r = self.run(["xfconf-query", "-c", "xfce4-panel", "-p", prop, "--create", *args])
         if r.returncode != 0:
@@ -289,7 +296,8 @@ def run_scene(session, args, scene, height):
     app = session.start(f"ostrel-{scene}", [args.app, "--demo"], env=env)
     try:
         def ours():
-            names = [n for n in session.registered_items() if f"-{app.pid}-" in n]
+            # An item is listed as its connection's name and its path (":1.42/StatusNotifierItem").
+            names = [n for n in session.registered_items() if session.owner_pid(n.split("/")[0]) == app.pid]
             return names if app.poll() is None and len(names) == want else None
         want = 3 if items == "per-service" else 1
         registered = wait_for(f"{want} items of the demo on the panel's watcher", ours, 30)
