@@ -187,11 +187,13 @@ const char* awayLine(StatusRequest::Format f) {
 // A bar reads line by line, as they come; false when the line could not be written (the reader
 // went away).
 bool writeLine(std::ostream& out, std::string_view line) {
-    out << line << std::endl;
+    out << line << '\n';
+    out.flush();
     return static_cast<bool>(out);
 }
 
-Task<int> follow(GDBusConnection* bus, StatusRequest request, std::ostream& out, std::ostream& err,
+// The streams are the caller's, which outlive the command (pointers: a coroutine keeps no references).
+Task<int> follow(GDBusConnection* bus, StatusRequest request, std::ostream* out, std::ostream* err,
                  GCancellable* stop) {
     auto shared = std::make_shared<FollowState>();
     FollowState& state = *shared;
@@ -221,7 +223,7 @@ Task<int> follow(GDBusConnection* bus, StatusRequest request, std::ostream& out,
         if (away) return true;
         away = true;
         last.clear(); // the numbers are printed again when the app is back
-        return writeLine(out, awayLine(request.format));
+        return writeLine(*out, awayLine(request.format));
     };
     for (bool read = true;;) {
         std::chrono::milliseconds next = heartbeat;
@@ -235,7 +237,7 @@ Task<int> follow(GDBusConnection* bus, StatusRequest request, std::ostream& out,
             bool written = true;
             if (r.answer == Answer::ok) {
                 away = false;
-                if (r.value != last) written = writeLine(out, r.value);
+                if (r.value != last) written = writeLine(*out, r.value);
                 last = r.value;
             } else {
                 written = sayAway();
@@ -245,7 +247,7 @@ Task<int> follow(GDBusConnection* bus, StatusRequest request, std::ostream& out,
             if (!written) state.readerGone = true;
         }
         if (state.readerGone) {
-            err << "ostrel: the status could not be written; its reader went away\n";
+            *err << "ostrel: the status could not be written; its reader went away\n";
             status = 1;
             break;
         }
@@ -270,17 +272,17 @@ Task<int> follow(GDBusConnection* bus, StatusRequest request, std::ostream& out,
     co_return status;
 }
 
-Task<int> run(StatusRequest request, GObjectPtr<GDBusConnection> bus, std::ostream& out, std::ostream& err,
+Task<int> run(StatusRequest request, GObjectPtr<GDBusConnection> bus, std::ostream* out, std::ostream* err,
               GCancellable* stop) {
     if (!bus) bus = co_await sessionBus();
     if (!bus) {
-        err << "Ostrel is not running\n"; // no session bus: no instance can be reached
+        *err << "Ostrel is not running\n"; // no session bus: no instance can be reached
         co_return statusNotRunning;
     }
     if (request.follow) co_return co_await follow(bus.get(), request, out, err, stop);
     const Reply r = co_await readProperty(bus.get(), request.busName, propertyFor(request.format));
-    if (r.answer != Answer::ok) co_return report(r, err);
-    out << r.value << "\n";
+    if (r.answer != Answer::ok) co_return report(r, *err);
+    *out << r.value << "\n";
     co_return 0;
 }
 
@@ -332,7 +334,7 @@ int runStatus(const StatusRequest& request, GDBusConnection* bus, std::ostream& 
               GCancellable* stop) {
     auto status = std::make_shared<std::optional<int>>();
     TaskGroup tasks; // a task still waiting when the time is up ends with the command
-    tasks.spawn(runInto(run(request, GObjectPtr<GDBusConnection>::ref(bus), out, err, stop), status));
+    tasks.spawn(runInto(run(request, GObjectPtr<GDBusConnection>::ref(bus), &out, &err, stop), status));
     if (request.follow) {
         // Until its reader goes away or the caller stops it: a bar's continuous mode, which outlives
         // restarts of the app.
