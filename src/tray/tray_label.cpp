@@ -65,6 +65,34 @@ void drawChip(cairo_t* cr, double x, double y, double w, double h, double radius
     cairo_fill(cr);
 }
 
+struct Box {
+    double x, y, w, h;
+};
+
+// `text` in bold, its ink as tall as `box` and centred in it; a wide text ("100") is narrowed a
+// little before it shrinks.
+void drawFitted(cairo_t* cr, std::string_view text, Box box, Rgb colour) {
+    GObjectPtr<PangoLayout> layout = adopt(pango_cairo_create_layout(cr));
+    const FontDescriptionPtr font(pango_font_description_from_string("Sans Bold"));
+    pango_font_description_set_absolute_size(font.get(), 100 * PANGO_SCALE);
+    pango_layout_set_font_description(layout.get(), font.get());
+    pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
+    PangoRectangle ink, logical;
+    pango_layout_get_pixel_extents(layout.get(), &ink, &logical);
+    if (ink.width <= 0 || ink.height <= 0 || box.h <= 0) return;
+    double sy = box.h / ink.height;
+    const double sx = std::min(sy, box.w / ink.width);
+    sy = std::min(sy, sx * 1.4);
+    cairo_save(cr);
+    cairo_translate(cr, box.x + (box.w - ink.width * sx) / 2, box.y + box.h - ink.height * sy);
+    cairo_scale(cr, sx, sy);
+    cairo_move_to(cr, -ink.x, -ink.y);
+    pango_cairo_layout_path(cr, layout.get());
+    cairo_restore(cr);
+    cairo_set_source_rgb(cr, colour.r, colour.g, colour.b);
+    cairo_fill(cr);
+}
+
 } // namespace
 
 std::string_view shortName(ProviderID id) {
@@ -138,35 +166,15 @@ CairoSurfacePtr renderServiceBadge(ProviderID id, double percentLeft, UsageLevel
     CairoSurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, pixels, pixels));
     const CairoPtr owner(cairo_create(surface.get()));
     cairo_t* cr = owner.get();
-    const Rgb c = iconColor(level, isDark);
     const double size = pixels, pad = std::max(1.0, size / 22);
     drawChip(cr, 0, 0, size, size, size / 5, isDark);
-    // The digits take the lower 58 % of the square at full width; the logo sits small above them.
-    const double digitsH = size * 0.58, digitsW = size - 2 * pad;
-    const int logo = static_cast<int>(std::floor(size - digitsH - 2 * pad));
-    drawTintedLogo(cr, displayName(id), (size - logo) / 2, pad, logo, c);
-
-    GObjectPtr<PangoLayout> layout = adopt(pango_cairo_create_layout(cr));
-    const FontDescriptionPtr font(pango_font_description_from_string("Sans Bold"));
-    pango_font_description_set_absolute_size(font.get(), 100 * PANGO_SCALE);
-    pango_layout_set_font_description(layout.get(), font.get());
+    // The digits take the lower 58 % of the square at full width. Above them the service's short
+    // name: at a bar's 16 to 24 pixels a logo there would be a smudge, two letters still read.
+    const double digitsH = size * 0.58, nameH = std::floor(size - digitsH - 3 * pad);
+    drawFitted(cr, shortName(id), {pad, pad, size - 2 * pad, nameH}, chipTextColour(isDark));
     const long shown = std::lround(std::clamp(percentLeft, 0.0, 100.0));
-    pango_layout_set_text(layout.get(), std::to_string(shown).c_str(), -1);
-    PangoRectangle ink, logical;
-    pango_layout_get_pixel_extents(layout.get(), &ink, &logical);
-    if (ink.width <= 0 || ink.height <= 0) return surface;
-    // As tall as the space allows; a wide number ("100") is narrowed a little before it shrinks.
-    double sy = digitsH / ink.height;
-    const double sx = std::min(sy, digitsW / ink.width);
-    sy = std::min(sy, sx * 1.4);
-    cairo_save(cr);
-    cairo_translate(cr, (size - ink.width * sx) / 2, size - pad - ink.height * sy);
-    cairo_scale(cr, sx, sy);
-    cairo_move_to(cr, -ink.x, -ink.y);
-    pango_cairo_layout_path(cr, layout.get());
-    cairo_restore(cr);
-    cairo_set_source_rgb(cr, c.r, c.g, c.b);
-    cairo_fill(cr);
+    drawFitted(cr, std::to_string(shown), {pad, size - pad - digitsH, size - 2 * pad, digitsH},
+               iconColor(level, isDark));
     return surface;
 }
 

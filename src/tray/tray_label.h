@@ -27,7 +27,7 @@ struct TrayLabel {
 };
 
 // One service as a square icon, for hosts that squeeze wide icons: the percentage left in large
-// digits tinted by level, with the service's logo small above them.
+// digits tinted by level, with the service's short name small above them, on a chip.
 CairoSurfacePtr renderServiceBadge(ProviderID id, double percentLeft, UsageLevel level, bool isDark,
                                    int pixels);
 

@@ -118,7 +118,7 @@ TEST(TrayLabel, DigitsReadOnALightAndADarkBarInEitherStyle) {
         }
 }
 
-TEST(TrayLabel, LogoTakesTheLevelsColourAndWidthFollowsTheText) {
+TEST(TrayLabel, LogoTakesTheLevelsColourWidthFollowsTheTextAndSquaresNameTheirService) {
     for (bool dark : {true, false}) {
         CairoSurfacePtr s = TrayLabel{{{ProviderID::claude, "8%", UsageLevel::low}}, dark}.render(2.0);
         const OnBar img = paintOver(s.get(), dark ? lightBar : darkBar);
@@ -139,4 +139,15 @@ TEST(TrayLabel, LogoTakesTheLevelsColourAndWidthFollowsTheText) {
     CairoSurfacePtr a87 = renderServiceBadge(ProviderID::claude, 87, UsageLevel::medium, true, 22);
     EXPECT_NE(paintOver(a42.get(), darkBar).px, paintOver(a87.get(), darkBar).px)
         << "the number is drawn, not a fixed picture";
+    // Squares of the same number and level: only the service's mark above the digits tells them apart.
+    std::vector<std::vector<Rgb>> marks;
+    for (ProviderID id : {ProviderID::claude, ProviderID::cursor, ProviderID::codex}) {
+        CairoSurfacePtr b = renderServiceBadge(id, 42, UsageLevel::medium, false, 22);
+        const OnBar img = paintOver(b.get(), darkBar);
+        EXPECT_GE(readableRows(img, 0, 22), 14) << "the mark and the digits, both readable";
+        marks.emplace_back(img.px.begin(), img.px.begin() + 22 * 8);
+    }
+    EXPECT_NE(marks[0], marks[1]);
+    EXPECT_NE(marks[1], marks[2]);
+    EXPECT_NE(marks[0], marks[2]);
 }
