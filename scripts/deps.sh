@@ -19,7 +19,7 @@ fuzz_pkgs=(clang-14 libclang-rt-14-dev)
 desktop_pkgs=(xvfb xauth dbus-daemon imagemagick python3 x11-utils xdotool
               gnome-shell gnome-shell-extension-appindicator
               sway waybar grim fonts-font-awesome
-              plasma-workspace kded5
+              plasma-desktop plasma-workspace kded5
               xfce4-panel xfwm4 xfconf)
 
 pkgs=("${build_pkgs[@]}")
