@@ -10,7 +10,8 @@ Photographs each host's bar as FOLDER/desktop-<host>.png and prints one line per
 check: PASS or FAIL, then the host and the point (the item shown, the services told apart, a click
 opens the panel and where, status answers), and INFO lines for what it saw but cannot judge.
 No bar colour preference is set anywhere: the item must read on whatever bar it meets. Exits 1
-when a point failed, 2 when a host could not be run at all. OSTREL_KEEP=1 keeps each host's folder
+when a point failed, 2 when a host could not be run at all, 77 when every host asked for is
+missing a program it needs (a test then counts as skipped). OSTREL_KEEP=1 keeps each host's folder
 (its logs) in the temporary folder; OSTREL_DEBUG=1 prints what the shell and sway answered."""
 
 import argparse
@@ -30,6 +31,15 @@ import tray_host as th  # noqa: E402  (the session, the bus and the picture help
 LIGHT = (0xee, 0xee, 0xee)
 DARK = (0x22, 0x22, 0x22)
 GNOME_EXTENSION = "ubuntu-appindicators@ubuntu.com"
+# What each host needs installed (scripts/deps.sh --desktops); a host without them is skipped.
+COMMON_TOOLS = ["dbus-daemon", "dbus-send", "convert"]
+HOST_TOOLS = {
+    "gnome": ["gnome-shell", "gsettings", "gdbus", f"/usr/share/gnome-shell/extensions/{GNOME_EXTENSION}"],
+    "sway": ["sway", "swaymsg", "waybar", "grim", "setpriv"],
+    "plasma": ["Xvfb", "plasmashell", "kded5", "xdotool", "xwininfo", "import", "xfwm4"],
+    "xfce": ["Xvfb", "xfce4-panel", "xfwm4", "xfconf-query", "xdotool", "xwininfo", "import"],
+    "none": ["Xvfb", "xfwm4", "xwininfo", "import"],
+}
 CHECKER = "ostrel-check@ostrel.app"
 failures = 0
 
@@ -482,20 +492,29 @@ def main():
     parser.add_argument("--out", required=True)
     parser.add_argument("--hosts", default="gnome,sway,plasma,xfce,none")
     parser.add_argument("--starts", type=int, default=3, help="how often GNOME Shell sees the app start")
+    parser.add_argument("--patience", type=int, default=1, help="multiply every wait by this")
     args = parser.parse_args()
+    th.PATIENCE = args.patience
     global APP, OUT
     APP, OUT = os.path.abspath(args.app), os.path.abspath(args.out)
     os.makedirs(OUT, exist_ok=True)
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     hosts = args.hosts.split(",")
-    unrun = 0
+    unrun = skipped = 0
     for host in hosts:
+        base = host.split("-")[0]
+        if base not in HOST_TOOLS:
+            parser.error(f"unknown host {host}; there are {', '.join(HOST_TOOLS)}")
+        if missing := [t for t in COMMON_TOOLS + HOST_TOOLS[base] if not (shutil.which(t) or os.path.exists(t))]:
+            print(f"SKIP {host}: missing {', '.join(missing)} (scripts/deps.sh --desktops installs them)")
+            skipped += 1
+            continue
         if host == "sway" and os.getuid() == 0:
             os.chmod(OUT, 0o777)
             me = os.path.abspath(__file__)
             python = "/usr/bin/python3" if os.path.exists("/usr/bin/python3") else sys.executable
-            r = subprocess.run(as_unprivileged([python, me, "--app", APP, "--out", OUT,
-                                                "--hosts", "sway-light,sway-dark"]))
+            r = subprocess.run(as_unprivileged([python, me, "--app", APP, "--out", OUT, "--patience",
+                                                str(args.patience), "--hosts", "sway-light,sway-dark"]))
             unrun += r.returncode == 2
             global failures
             failures += r.returncode == 1
@@ -519,7 +538,7 @@ def main():
                 print(f"kept {folder}")
             else:
                 shutil.rmtree(folder, ignore_errors=True)
-    return 1 if failures else 2 if unrun else 0
+    return 1 if failures else 2 if unrun else 77 if skipped == len(hosts) else 0
 
 
 if __name__ == "__main__":
