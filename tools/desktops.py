@@ -15,7 +15,6 @@ missing a program it needs (a test then counts as skipped). OSTREL_KEEP=1 keeps 
 (its logs) in the temporary folder; OSTREL_DEBUG=1 prints what the shell and sway answered."""
 
 import argparse
-import json
 import os
 import re
 import shutil
@@ -27,10 +26,10 @@ import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import tray_host as th  # noqa: E402  (the session, the bus and the picture helpers)
+from desktop_session import (RUN, Desk, bottom_strip, check_status, demo_levels, info,  # noqa: E402
+                             marks_in, result, seen_in, start_app, told_apart)
+from desktops_wayland import GNOME_EXTENSION, as_unprivileged, run_gnome, run_sway  # noqa: E402
 
-LIGHT = (0xee, 0xee, 0xee)
-DARK = (0x22, 0x22, 0x22)
-GNOME_EXTENSION = "ubuntu-appindicators@ubuntu.com"
 # What each host needs installed (scripts/deps.sh --desktops); a host without them is skipped.
 COMMON_TOOLS = ["dbus-daemon", "dbus-send", "convert"]
 HOST_TOOLS = {
@@ -40,111 +39,6 @@ HOST_TOOLS = {
     "xfce": ["Xvfb", "xfce4-panel", "xfwm4", "xfconf-query", "xdotool", "xwininfo", "import"],
     "none": ["Xvfb", "xfwm4", "xwininfo", "import"],
 }
-CHECKER = "ostrel-check@ostrel.app"
-failures = 0
-
-
-def result(host, point, ok, detail):
-    global failures
-    failures += not ok
-    print(f"{'PASS' if ok else 'FAIL'} {host}: {point}: {detail}", flush=True)
-
-
-def info(host, text):
-    print(f"INFO {host}: {text}", flush=True)
-
-
-class Desk(th.Session):
-    """A tray_host session without the Xfce defaults: the host sets its own desktop name."""
-
-    def __init__(self, folder, desktop):
-        super().__init__(folder)
-        self.env["XDG_CURRENT_DESKTOP"] = desktop
-        self.env.pop("GDK_BACKEND", None)
-
-    def start_bus(self, variable="DBUS_SESSION_BUS_ADDRESS"):
-        r, w = os.pipe()
-        self.start(variable, ["dbus-daemon", "--session", "--nofork", f"--print-address={w}"], pass_fds=[w])
-        os.close(w)
-        with os.fdopen(r) as f:
-            self.env[variable] = th.read_line(f, 10, "a bus")
-
-    def items_of(self, pid):
-        return [n for n in self.registered_items() if f"-{pid}-" in n or n.startswith(":")]
-
-    def item_text(self, name, prop):
-        service = name.split("/", 1)[0]
-        r = self.run(["dbus-send", "--session", "--print-reply", f"--dest={service}", "/StatusNotifierItem",
-                      "org.freedesktop.DBus.Properties.Get", "string:org.kde.StatusNotifierItem",
-                      f"string:{prop}"])
-        m = re.search(r'string "([^"]*)"', r.stdout)
-        return m[1] if m else None
-
-
-def start_app(session, name, env=None):
-    return session.start(name, [APP, "--demo"], env=dict(session.env, **(env or {})))
-
-
-def demo_levels(session):
-    return th.wait_for("the demo's numbers", lambda: th.levels_now(session, APP), 40)
-
-
-def check_status(session, host):
-    r = session.run([APP, "--demo", "status", "--json"])
-    ok = r.returncode == 0 and len(json.loads(r.stdout or "{}").get("services", [])) == 3
-    result(host, "status answers", ok, f"exit {r.returncode}")
-
-
-def read_png(path, crop=None):
-    argv = ["convert", path, *(["-crop", crop, "+repage"] if crop else []), "-depth", "8", "ppm:-"]
-    return th.parse_ppm(subprocess.run(argv, capture_output=True, check=True, timeout=10).stdout)
-
-
-PALETTE = set(th.LEVEL_COLOURS[True].values()) | set(th.LEVEL_COLOURS[False].values())
-
-
-def seen_in(mark, before):
-    """Whether the bar showed something in level colours there before the app ran (a launcher's icon)."""
-    return before is not None and any(b[0] <= mark[1] and mark[0] <= b[1] for b in marks_in(before))
-
-
-def bottom_strip(s, path, height):
-    full = path.replace(".png", "-screen.png")
-    s.run(["import", "-window", "root", full], timeout=20)
-    subprocess.run(["convert", full, "-gravity", "south", "-crop", f"x{height}+0+0", "+repage", path], check=True)
-    return read_png(path)
-
-
-def marks_in(rows, palette=PALETTE):
-    """The marks in level colours: [(x0, x1, {colour: count})]. Columns holding such colours join
-    while together they fit in one item, whose side the height of the coloured band gives (digits
-    fill 58 % of a square's height; a logo in the wide label is about as wide as it is tall)."""
-    runs, band = [], set()
-    for x in range(len(rows[0])):
-        counts = {}
-        for y, row in enumerate(rows):
-            for c in palette:
-                if th.near(row[x], c):
-                    counts[c] = counts.get(c, 0) + 1
-                    band.add(y)
-        if counts:
-            runs.append((x, x, counts))
-    side = (max(band) - min(band) + 1) / 0.58 * 0.95 if band else 0
-    marks = []
-    for x0, x1, counts in runs:
-        if marks and x1 - marks[-1][0] < side:
-            marks[-1] = (marks[-1][0], x1, th.add(marks[-1][2], counts))
-        else:
-            marks.append((x0, x1, counts))
-    return marks
-
-
-def told_apart(rows, levels, before=None):
-    """The services' level colours seen as separate marks, each in either palette: (ok, what)."""
-    marks = [m for m in marks_in(rows) if not seen_in(m, before)]
-    big = [(x0, x1, max(c.items(), key=lambda kv: kv[1])[0]) for x0, x1, c in marks
-           if sum(c.values()) >= 12]
-    return len(big) == len(levels), f"{len(big)} marks in level colours at x {[(a, b) for a, b, _ in big]}"
 
 
 # ---------------------------------------------------------------- X11 hosts (Xfce, Plasma, none)
@@ -202,7 +96,7 @@ def run_xfce(folder):
         names = th.wait_for("the items", lambda: len(s.items_of(app.pid)) >= 3 and s.items_of(app.pid), 30)
         levels = demo_levels(s)
         time.sleep(2)
-        path = os.path.join(OUT, "desktop-xfce.png")
+        path = os.path.join(RUN.out, "desktop-xfce.png")
         rows = th.screenshot(s, path, height)
         result(host, "item shown", len(names) == 3, f"{len(names)} items registered; {path}")
         ok, what = told_apart(rows, levels)
@@ -228,12 +122,12 @@ def run_plasma(folder):
         info(host, f"watcher {s.host_name()}")
         height = 44
         time.sleep(8)  # plasmashell builds its panel slowly on a fresh home
-        before = bottom_strip(s, os.path.join(OUT, "desktop-plasma-empty.png"), height)
+        before = bottom_strip(s, os.path.join(RUN.out, "desktop-plasma-empty.png"), height)
         app = start_app(s, "ostrel-plasma")
         names = th.wait_for("the items", lambda: len(s.items_of(app.pid)) >= 3 and s.items_of(app.pid), 40)
         levels = demo_levels(s)
         time.sleep(2)
-        path = os.path.join(OUT, "desktop-plasma.png")
+        path = os.path.join(RUN.out, "desktop-plasma.png")
         rows = bottom_strip(s, path, height)
         result(host, "item shown", len(names) == 3, f"{len(names)} items registered; {path}")
         # The tray sits at the right end of Plasma's default panel; launchers on the left may be green.
@@ -262,228 +156,13 @@ def run_none(folder):
             result(host, "the first launch shows a window", True, f"at {where}")
         except th.Failure as e:
             result(host, "the first launch shows a window", False, str(e))
-        path = os.path.join(OUT, "desktop-none.png")
+        path = os.path.join(RUN.out, "desktop-none.png")
         s.run(["import", "-window", "root", path], timeout=20)
         info(host, f"screen: {path}; the app said: {s.log_tail('ostrel-none', 3).strip()!r}")
         check_status(s, host)
         app.poll()
     finally:
         s.close()
-
-
-# ---------------------------------------------------------------- GNOME Shell (Wayland, headless)
-
-def gnome_eval(s, script):
-    r = s.run(["gdbus", "call", "--session", "--dest", "org.gnome.Shell", "--object-path", "/org/gnome/Shell",
-               "--method", "org.gnome.Shell.Eval", script])
-    m = re.match(r"\((true|false), '(.*)'\)", r.stdout.strip(), re.S)
-    if os.environ.get("OSTREL_DEBUG"):
-        print(f"eval: {r.stdout.strip()[:300]!r} {r.stderr.strip()[:200]!r}")
-    if not m or m[1] != "true":
-        return None
-    # gdbus prints the text with its backslashes doubled; the text is the JSON of what the script
-    # returned, itself a JSON string here.
-    answer = json.loads(m[2].replace("\\\\", "\\"))
-    return json.loads(answer) if isinstance(answer, str) else answer
-
-
-GNOME_INDICATORS = ("JSON.stringify(Object.keys(Main.panel.statusArea).filter(k => k.includes('ppindicator'))"
-                    ".map(k => { const a = Main.panel.statusArea[k]; const [x, y] = a.get_transformed_position();"
-                    " return [k, Math.round(x), Math.round(y), a.width, a.height, a.visible]; }))")
-GNOME_WINDOWS = ("JSON.stringify(global.get_window_actors().map(w => { const m = w.meta_window;"
-                 " const r = m.get_frame_rect(); return [m.title, m.get_wm_class(), r.x, r.y, r.width, r.height,"
-                 " m.decorated]; }))")
-
-
-def run_gnome(folder, starts):
-    host = "gnome"
-    s = Desk(folder, "GNOME")
-    s.env.update(XDG_SESSION_TYPE="wayland", GDK_BACKEND="wayland")
-    s.env.pop("DISPLAY", None)
-    try:
-        s.start_bus()
-        s.start_bus("DBUS_SYSTEM_BUS_ADDRESS")  # the shell gives up without a system bus to ask
-        # Reading the shell's state (Eval) and photographing it need its unsafe mode, which a small
-        # extension of this run turns on: the command line offers no switch for it.
-        checker = os.path.join(folder, "home/.local/share/gnome-shell/extensions", CHECKER)
-        os.makedirs(checker)
-        with open(f"{checker}/metadata.json", "w") as f:
-            json.dump({"uuid": CHECKER, "name": "check", "description": "unsafe mode", "shell-version": ["43"]}, f)
-        with open(f"{checker}/extension.js", "w") as f:
-            f.write("function init() {}\nfunction enable() { global.context.unsafe_mode = true; }\n"
-                    "function disable() {}\n")
-        for key, value in (("disable-user-extensions", "false"),
-                           ("enabled-extensions", f"['{GNOME_EXTENSION}', '{CHECKER}']")):
-            s.run(["gsettings", "set", "org.gnome.shell", key, value])
-        s.start("gnome-shell", ["gnome-shell", "--headless", "--wayland", "--no-x11",
-                                "--virtual-monitor", "1280x800"])
-        th.wait_for("GNOME Shell", lambda: s.has_owner("org.gnome.Shell"), 60)
-        th.wait_for("the extension's watcher", lambda: s.has_owner("org.kde.StatusNotifierWatcher"), 30)
-        s.env["WAYLAND_DISPLAY"] = "wayland-0"
-        info(host, f"watcher {s.host_name()}")
-        th.wait_for("the unsafe mode", lambda: gnome_eval(s, "JSON.stringify(Main.overview.hide() ?? 1)"), 15)
-        shown = 0
-        for n in range(starts):
-            app = start_app(s, f"ostrel-gnome-{n}")
-            try:
-                th.wait_for("the item", lambda: s.items_of(app.pid), 15)
-                seen = th.wait_for("the indicator", lambda: gnome_eval(s, GNOME_INDICATORS) or [], 8)
-                shown += 1
-            except th.Failure:
-                seen = []
-            last = n == starts - 1
-            if last and seen:
-                levels = demo_levels(s)
-                time.sleep(2)
-                name = s.items_of(app.pid)[0]
-                text = s.item_text(name, "XAyatanaLabel") or ""
-                ok = all(short in text for short in ("Cl ", "Cu ", "Cx ")) and len(levels) == 3
-                result(host, "services told apart", ok, f"label text {text!r}")
-                path = os.path.join(OUT, "desktop-gnome.png")
-                shot(s, path)
-                info(host, f"indicator {seen}; top bar: {path}")
-                check_status(s, host)
-                gnome_click(s, host, name, seen[0])
-            s.stop(app)
-            time.sleep(0.5)
-        result(host, "item shown", shown == starts, f"{shown} of {starts} starts")
-    finally:
-        s.close()
-
-
-def shot(s, path):
-    full = path.replace(".png", "-screen.png")
-    r = s.run(["gdbus", "call", "--session", "--dest", "org.gnome.Shell", "--object-path",
-               "/org/gnome/Shell/Screenshot", "--method", "org.gnome.Shell.Screenshot.Screenshot",
-               "false", "false", full])
-    if r.returncode == 0 and os.path.exists(full):
-        subprocess.run(["convert", full, "-crop", "x32+0+0", "+repage", path], check=True)
-    else:
-        info("gnome", f"no screenshot: {r.stderr.strip()}")
-
-
-GNOME_CLICK = ("(() => { const C = imports.gi.Clutter, t = imports.gi.GLib.get_monotonic_time();"
-               " const d = global._ostrelPointer ??= C.get_default_backend().get_default_seat()"
-               ".create_virtual_device(C.InputDeviceType.POINTER_DEVICE);"
-               " d.notify_absolute_motion(t, X, Y); d.notify_button(t + 1000, 1, C.ButtonState.PRESSED);"
-               " d.notify_button(t + 2000, 1, C.ButtonState.RELEASED); return '1'; })()")
-
-
-def gnome_click(s, host, name, indicator):
-    # The extension keeps a single click for the item's menu and calls Activate on a double one.
-    service = name.split("/", 1)[0]
-    key, x, y, w, h, _ = indicator
-    gnome_eval(s, "JSON.stringify(Main.overview.hide() ?? 1)")  # the shell may start in its overview
-    time.sleep(1)
-    # A real single click through the shell's input, from a virtual pointer.
-    gnome_eval(s, GNOME_CLICK.replace("X", str(x + w // 2)).replace("Y", str(y + h // 2)))
-    time.sleep(1.5)
-    menu = gnome_eval(s, f"JSON.stringify(Main.panel.statusArea['{key}'].menu.isOpen)")
-    panel = [w for w in gnome_eval(s, GNOME_WINDOWS) or [] if w[0] == "Ostrel" and w[4] > 0]
-    info(host, f"a single click opened {'the item menu' if menu else 'no menu'}"
-               f"{' and the panel' if panel else ', not the panel'}")
-    gnome_eval(s, f"JSON.stringify(Main.panel.statusArea['{key}'].menu.close() ?? 1)")
-    if panel:
-        return
-    s.run(["dbus-send", "--session", "--print-reply", f"--dest={service}", "/StatusNotifierItem",
-           "org.kde.StatusNotifierItem.Activate", f"int32:{x + w // 2}", f"int32:{y + h}"])
-    try:
-        windows = th.wait_for("the panel", lambda: [w for w in gnome_eval(s, GNOME_WINDOWS) or []
-                                                    if w[0] == "Ostrel" and w[4] > 0], 8)
-        time.sleep(1)  # the shell places the window after it maps it
-        windows = [w for w in gnome_eval(s, GNOME_WINDOWS) or [] if w[0] == "Ostrel"] or windows
-        title, cls, wx, wy, ww, wh, decorated = windows[0]
-        result(host, "Activate (a double click) opens the panel", True,
-               f"at {wx},{wy} ({ww}x{wh}), decorated {decorated}, class {cls}; item at {x},{y}")
-        path = os.path.join(OUT, "desktop-gnome-panel.png")
-        shot(s, path)
-        info(host, f"screen with the panel: {path.replace('.png', '-screen.png')}")
-    except th.Failure as e:
-        result(host, "Activate (a double click) opens the panel", False, str(e))
-
-
-# ---------------------------------------------------------------- sway + waybar (as an unprivileged user)
-
-WAYBAR_CONFIG = {"layer": "top", "position": "top", "height": 32, "modules-left": ["sway/workspaces"],
-                 "modules-right": ["tray", "clock"], "tray": {"icon-size": 16, "spacing": 8}}
-
-
-def run_sway(folder, bar):
-    host = f"sway-{bar}"
-    s = Desk(folder, "sway")
-    s.env.update(WLR_BACKENDS="headless", WLR_RENDERER="pixman", WLR_LIBINPUT_NO_DEVICES="1", WLR_HEADLESS_OUTPUTS="1",
-                 GDK_BACKEND="wayland", XDG_SESSION_TYPE="wayland")
-    s.env.pop("DISPLAY", None)
-    colour = LIGHT if bar == "light" else DARK
-    ink = DARK if bar == "light" else LIGHT
-    conf = os.path.join(folder, "home")
-    with open(f"{conf}/waybar.json", "w") as f:
-        json.dump(WAYBAR_CONFIG, f)
-    with open(f"{conf}/waybar.css", "w") as f:
-        f.write("* { font-family: sans-serif; font-size: 13px; border: none; border-radius: 0; }\n"
-                f"window#waybar {{ background: #{'%02x%02x%02x' % colour}; color: #{'%02x%02x%02x' % ink}; }}\n")
-    with open(f"{conf}/sway.conf", "w") as f:
-        f.write("xwayland disable\noutput HEADLESS-1 resolution 1280x800\n")
-    try:
-        s.start_bus()
-        sway = s.start("sway", ["sway", "-c", f"{conf}/sway.conf"])
-        run = s.env["XDG_RUNTIME_DIR"]
-        sock = th.wait_for("sway", lambda: sway.poll() is None and [n for n in os.listdir(run)
-                                                                    if n.startswith("wayland-") and
-                                                                    not n.endswith(".lock")], 20)
-        s.env["WAYLAND_DISPLAY"] = sock[0]
-        s.env["SWAYSOCK"] = th.wait_for("sway's socket", lambda: next(
-            (os.path.join(run, n) for n in os.listdir(run) if n.startswith("sway-ipc")), None), 10)
-        s.start("waybar", ["waybar", "-c", f"{conf}/waybar.json", "-s", f"{conf}/waybar.css"])
-        th.wait_for("waybar's watcher", lambda: s.has_owner("org.kde.StatusNotifierWatcher"), 20)
-        info(host, f"watcher {s.host_name()}, bar #{'%02x%02x%02x' % colour}")
-        app = start_app(s, f"ostrel-{host}")
-        names = th.wait_for("the item", lambda: s.items_of(app.pid), 20)
-        levels = demo_levels(s)
-        time.sleep(2)
-        path = os.path.join(OUT, f"desktop-{host}.png")
-        s.run(["grim", "-g", "0,0 1280x32", path])
-        result(host, "item shown", bool(names), f"{len(names)} item(s) registered; {path}")
-        rows = read_png(path)
-        ok, what = told_apart(rows, levels)
-        result(host, "services told apart", ok, f"a logo in its level's colour per service: {what}")
-        check_status(s, host)
-        marks = marks_in(rows)
-        if marks:
-            # A headless sway has no pointer to click with (and no virtual one in Debian's tools):
-            # send what waybar sends on a left click, Activate at the pointer.
-            x = (marks[0][0] + marks[-1][1]) // 2
-            s.run(["dbus-send", "--session", "--print-reply", f"--dest={names[0].split('/', 1)[0]}",
-                   "/StatusNotifierItem", "org.kde.StatusNotifierItem.Activate", f"int32:{x}", "int32:16"])
-            try:
-                node = th.wait_for("the panel", lambda: sway_window(s), 8)
-                r = node["rect"]
-                result(host, "Activate (waybar's click) opens the panel", True,
-                       f"at {r['x']},{r['y']} ({r['width']}x{r['height']}), app id {node.get('app_id')}, "
-                       f"floating {node.get('type') == 'floating_con'}; item at x {x}")
-                time.sleep(1)
-                s.run(["grim", os.path.join(OUT, f"desktop-{host}-screen.png")])
-            except th.Failure as e:
-                result(host, "Activate (waybar's click) opens the panel", False, str(e))
-    finally:
-        s.close()
-
-
-def sway_window(s):
-    tree = json.loads(s.run(["swaymsg", "-t", "get_tree", "-r"]).stdout or "{}")
-    stack = [tree]
-    while stack:
-        n = stack.pop()
-        if n.get("name") == "Ostrel" and n.get("pid"):
-            return n
-        stack += n.get("nodes", []) + n.get("floating_nodes", [])
-    return None
-
-
-def as_unprivileged(argv):
-    """sway refuses to run as root: the same run again as nobody, in folders nobody may write."""
-    return ["setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups", "--reset-env", "--", "env",
-            f"PATH={os.environ['PATH']}", *argv]
 
 
 def main():
@@ -495,9 +174,8 @@ def main():
     parser.add_argument("--patience", type=int, default=1, help="multiply every wait by this")
     args = parser.parse_args()
     th.PATIENCE = args.patience
-    global APP, OUT
-    APP, OUT = os.path.abspath(args.app), os.path.abspath(args.out)
-    os.makedirs(OUT, exist_ok=True)
+    RUN.app, RUN.out = os.path.abspath(args.app), os.path.abspath(args.out)
+    os.makedirs(RUN.out, exist_ok=True)
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     hosts = args.hosts.split(",")
     unrun = skipped = 0
@@ -510,14 +188,13 @@ def main():
             skipped += 1
             continue
         if host == "sway" and os.getuid() == 0:
-            os.chmod(OUT, 0o777)
+            os.chmod(RUN.out, 0o777)
             me = os.path.abspath(__file__)
             python = "/usr/bin/python3" if os.path.exists("/usr/bin/python3") else sys.executable
-            r = subprocess.run(as_unprivileged([python, me, "--app", APP, "--out", OUT, "--patience",
+            r = subprocess.run(as_unprivileged([python, me, "--app", RUN.app, "--out", RUN.out, "--patience",
                                                 str(args.patience), "--hosts", "sway-light,sway-dark"]))
             unrun += r.returncode == 2
-            global failures
-            failures += r.returncode == 1
+            RUN.failures += r.returncode == 1
             continue
         folder = tempfile.mkdtemp(prefix=f"ostrel-desktop-{host}-")
         try:
@@ -538,7 +215,7 @@ def main():
                 print(f"kept {folder}")
             else:
                 shutil.rmtree(folder, ignore_errors=True)
-    return 1 if failures else 2 if unrun else 77 if skipped == len(hosts) else 0
+    return 1 if RUN.failures else 2 if unrun else 77 if skipped == len(hosts) else 0
 
 
 if __name__ == "__main__":
