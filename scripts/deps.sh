@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs the Debian/Ubuntu packages that are missing for building Ostrel, and with --test for
 # testing it, with --package for making its Debian package, with --fuzz for the clang and libFuzzer
-# that scripts/fuzz.sh builds with; with --tidy, only the clang-tidy that scripts/tidy.sh runs. Uses
+# that scripts/fuzz.sh builds with; with --desktops, the tray hosts scripts/desktops.sh runs the app
+# under (GNOME Shell with the AppIndicator extension, sway with waybar, Plasma, Xfce); with --tidy,
+# only the clang-tidy that scripts/tidy.sh runs. Uses
 # sudo when not run as root. Safe to run again: installed packages are skipped.
 set -euo pipefail
 
@@ -14,12 +16,18 @@ test_pkgs=(xvfb xauth dbus-daemon zbar-tools imagemagick locales python3 appstre
            clang-format)
 package_pkgs=(dpkg-dev file lintian)
 fuzz_pkgs=(clang-14 libclang-rt-14-dev)
+desktop_pkgs=(xvfb xauth dbus-daemon imagemagick python3 x11-utils xdotool
+              gnome-shell gnome-shell-extension-appindicator
+              sway waybar grim fonts-font-awesome
+              plasma-desktop plasma-workspace kded5
+              xfce4-panel xfwm4 xfconf)
 
 pkgs=("${build_pkgs[@]}")
 case "${1:-}" in
   --test) pkgs+=("${test_pkgs[@]}") ;;
   --package) pkgs+=("${package_pkgs[@]}") ;;
   --fuzz) pkgs+=("${fuzz_pkgs[@]}") ;;
+  --desktops) pkgs+=("${test_pkgs[@]}" "${desktop_pkgs[@]}") ;;
   --tidy) pkgs=(clang-tidy-19) ;;
 esac
 

@@ -5,6 +5,7 @@
 # saves it in the light and the dark style as panel-light.png and panel-dark.png, and in each other
 # gauge theme as panel-<theme>.png. Then photographs the tray in a real tray host (xfce4-panel):
 # tray-dark.png and tray-light.png with one item per service, tray-label.png with the wide label.
+# The tray under the other hosts (GNOME Shell, waybar, Plasma) is photographed by scripts/desktops.sh.
 #   scripts/screenshots.sh [OUTPUT_FOLDER]     (default: build/screenshots)
 # OSTREL_BUILD_DIR names another build folder to use (one already configured is used as it is).
 set -euo pipefail

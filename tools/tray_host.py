@@ -23,11 +23,11 @@ import sys
 import tempfile
 import time
 
-# The tray's level colours (tray_label.cpp, iconColor) for a dark and a light bar, by level.
+# The tray's level colours (tray_colours.cpp, iconColor) for a dark and a light chip, by level.
 LEVEL_COLOURS = {
     True: {"low": (255, 92, 84), "medium": (255, 214, 51), "high": (255, 214, 51),
            "veryHigh": (133, 219, 122)},
-    False: {"low": (217, 31, 26), "medium": (191, 140, 0), "high": (191, 140, 0),
+    False: {"low": (217, 31, 26), "medium": (168, 120, 0), "high": (168, 120, 0),
             "veryHigh": (41, 140, 46)},
 }
 COLOUR_TOLERANCE = 60  # RGB distance: the panel scales the icon, and its edges blend into the bar

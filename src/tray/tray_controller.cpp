@@ -57,9 +57,11 @@ void TrayController::apply() {
             newestFirst);
     } else {
         label_ = std::make_unique<TrayItem>(bus_, actions_);
-        presenter_ = std::make_unique<TrayPresenter>(model_, *label_);
+        presenter_ = std::make_unique<TrayPresenter>(model_, *label_, shape == TrayShape::textBeside);
     }
-    log(std::string("Tray: ") + (shape == TrayShape::label ? "one label" : "one item per service"));
+    log(std::string("Tray: ") + (shape == TrayShape::label        ? "one label"
+                                 : shape == TrayShape::textBeside ? "one icon with the label as text"
+                                                                  : "one item per service"));
 }
 
 } // namespace ostrel

@@ -1,10 +1,12 @@
 #include "tray/tray_label.h"
 
+#include "tray/tray_colours.h"
 #include "ui/common/artwork.h"
 
 #include <algorithm>
 #include <cmath>
 #include <gdk/gdk.h>
+#include <numbers>
 #include <pango/pangocairo.h>
 
 namespace ostrel {
@@ -13,9 +15,11 @@ namespace {
 
 constexpr double logoSize = 15;   // points
 constexpr double innerGap = 4;    // between logo and text
-constexpr double itemGap = 10;    // between items
-constexpr double verticalPad = 1; // above and below the row
-constexpr double fontSize = 13;   // points
+constexpr double chipPad = 3;     // inside a chip, left and right of its content
+constexpr double itemGap = 4;     // between chips: with their padding, 10 between items
+constexpr double verticalPad = 1; // above and below the row, inside the chip
+constexpr double chipRadius = 4;
+constexpr double fontSize = 13; // points
 
 GObjectPtr<PangoLayout> makeText(cairo_t* cr, const std::string& text) {
     GObjectPtr<PangoLayout> layout = adopt(pango_cairo_create_layout(cr));
@@ -46,19 +50,68 @@ void drawTintedLogo(cairo_t* cr, std::string_view name, double x, double y, int 
     cairo_restore(cr);
 }
 
+// The chip the digits sit on: a rounded rectangle in the chip's shade, so they read on any bar.
+void drawChip(cairo_t* cr, double x, double y, double w, double h, double radius, bool isDark) {
+    using std::numbers::pi;
+    const Rgb c = chipColour(isDark);
+    radius = std::min({radius, w / 2, h / 2});
+    cairo_new_sub_path(cr);
+    cairo_arc(cr, x + w - radius, y + radius, radius, -pi / 2, 0);
+    cairo_arc(cr, x + w - radius, y + h - radius, radius, 0, pi / 2);
+    cairo_arc(cr, x + radius, y + h - radius, radius, pi / 2, pi);
+    cairo_arc(cr, x + radius, y + radius, radius, pi, 3 * pi / 2);
+    cairo_close_path(cr);
+    cairo_set_source_rgb(cr, c.r, c.g, c.b);
+    cairo_fill(cr);
+}
+
+struct Box {
+    double x, y, w, h;
+};
+
+// `text` in bold, its ink as tall as `box` and centred in it; a wide text ("100") is narrowed a
+// little before it shrinks.
+void drawFitted(cairo_t* cr, std::string_view text, Box box, Rgb colour) {
+    GObjectPtr<PangoLayout> layout = adopt(pango_cairo_create_layout(cr));
+    const FontDescriptionPtr font(pango_font_description_from_string("Sans Bold"));
+    pango_font_description_set_absolute_size(font.get(), 100 * PANGO_SCALE);
+    pango_layout_set_font_description(layout.get(), font.get());
+    pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
+    PangoRectangle ink, logical;
+    pango_layout_get_pixel_extents(layout.get(), &ink, &logical);
+    if (ink.width <= 0 || ink.height <= 0 || box.h <= 0) return;
+    double sy = box.h / ink.height;
+    const double sx = std::min(sy, box.w / ink.width);
+    sy = std::min(sy, sx * 1.4);
+    cairo_save(cr);
+    cairo_translate(cr, box.x + (box.w - ink.width * sx) / 2, box.y + box.h - ink.height * sy);
+    cairo_scale(cr, sx, sy);
+    cairo_move_to(cr, -ink.x, -ink.y);
+    pango_cairo_layout_path(cr, layout.get());
+    cairo_restore(cr);
+    cairo_set_source_rgb(cr, colour.r, colour.g, colour.b);
+    cairo_fill(cr);
+}
+
 } // namespace
 
-Rgb iconColor(UsageLevel level, bool isDark) {
-    switch (level) {
-    case UsageLevel::low:
-        return isDark ? Rgb{1.0, 0.36, 0.33} : Rgb{0.85, 0.12, 0.10};
-    case UsageLevel::medium:
-    case UsageLevel::high:
-        return isDark ? Rgb{1.0, 0.84, 0.2} : Rgb{0.75, 0.55, 0.0};
-    case UsageLevel::veryHigh:
-        return isDark ? Rgb{0.52, 0.86, 0.48} : Rgb{0.16, 0.55, 0.18};
+std::string_view shortName(ProviderID id) {
+    switch (id) {
+    case ProviderID::claude:
+        return "Cl";
+    case ProviderID::cursor:
+        return "Cu";
+    case ProviderID::codex:
+        return "Cx";
     }
-    return {};
+    return "";
+}
+
+std::string trayLabelText(const std::vector<TrayEntry>& items) {
+    std::string out;
+    for (const TrayEntry& item : items)
+        out += (out.empty() ? "" : "  ") + std::string(shortName(item.id)) + " " + item.text;
+    return out;
 }
 
 CairoSurfacePtr TrayLabel::render(double scale) const {
@@ -73,7 +126,7 @@ CairoSurfacePtr TrayLabel::render(double scale) const {
         PangoRectangle ink, logical;
         pango_layout_get_pixel_extents(layout.get(), &ink, &logical);
         textSizes.emplace_back(logical.width, logical.height);
-        width += logoSize + innerGap + logical.width;
+        width += chipPad + logoSize + innerGap + logical.width + chipPad;
         rowHeight = std::max(rowHeight, static_cast<double>(logical.height));
     }
     width += itemGap * static_cast<double>(items.size() - 1);
@@ -85,9 +138,12 @@ CairoSurfacePtr TrayLabel::render(double scale) const {
     const CairoPtr owner(cairo_create(surface.get()));
     cairo_t* cr = owner.get();
     double x = 0;
-    const double textColour = isDark ? 1.0 : 0.0;
+    const Rgb ink = chipTextColour(isDark);
     for (std::size_t i = 0; i < items.size(); ++i) {
         const TrayEntry& item = items[i];
+        const double chipWidth = chipPad + logoSize + innerGap + textSizes[i].first + chipPad;
+        drawChip(cr, x * scale, 0, chipWidth * scale, ph, chipRadius * scale, isDark);
+        x += chipPad;
         const double logoY = verticalPad + (rowHeight - logoSize) / 2;
         drawTintedLogo(cr, displayName(item.id), x * scale, logoY * scale,
                        static_cast<int>(std::lround(logoSize * scale)), iconColor(item.level, isDark));
@@ -96,10 +152,10 @@ CairoSurfacePtr TrayLabel::render(double scale) const {
         cairo_scale(cr, scale, scale);
         const GObjectPtr<PangoLayout> layout = makeText(cr, item.text);
         cairo_move_to(cr, x, verticalPad + (rowHeight - textSizes[i].second) / 2);
-        cairo_set_source_rgb(cr, textColour, textColour, textColour);
+        cairo_set_source_rgb(cr, ink.r, ink.g, ink.b);
         pango_cairo_show_layout(cr, layout.get());
         cairo_restore(cr);
-        x += textSizes[i].first + itemGap;
+        x += textSizes[i].first + chipPad + itemGap;
     }
     cairo_surface_set_device_scale(surface.get(), scale, scale);
     return surface;
@@ -110,48 +166,24 @@ CairoSurfacePtr renderServiceBadge(ProviderID id, double percentLeft, UsageLevel
     CairoSurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, pixels, pixels));
     const CairoPtr owner(cairo_create(surface.get()));
     cairo_t* cr = owner.get();
-    const Rgb c = iconColor(level, isDark);
     const double size = pixels, pad = std::max(1.0, size / 22);
-    // The digits take the lower 58 % of the square at full width; the logo sits small above them.
-    const double digitsH = size * 0.58, digitsW = size - 2 * pad;
-    const int logo = static_cast<int>(std::floor(size - digitsH - 2 * pad));
-    drawTintedLogo(cr, displayName(id), (size - logo) / 2, pad, logo, c);
-
-    GObjectPtr<PangoLayout> layout = adopt(pango_cairo_create_layout(cr));
-    const FontDescriptionPtr font(pango_font_description_from_string("Sans Bold"));
-    pango_font_description_set_absolute_size(font.get(), 100 * PANGO_SCALE);
-    pango_layout_set_font_description(layout.get(), font.get());
+    drawChip(cr, 0, 0, size, size, size / 5, isDark);
+    // The digits take the lower 58 % of the square at full width. Above them the service's short
+    // name: at a bar's 16 to 24 pixels a logo there would be a smudge, two letters still read.
+    const double digitsH = size * 0.58, nameH = std::floor(size - digitsH - 3 * pad);
+    drawFitted(cr, shortName(id), {pad, pad, size - 2 * pad, nameH}, chipTextColour(isDark));
     const long shown = std::lround(std::clamp(percentLeft, 0.0, 100.0));
-    pango_layout_set_text(layout.get(), std::to_string(shown).c_str(), -1);
-    PangoRectangle ink, logical;
-    pango_layout_get_pixel_extents(layout.get(), &ink, &logical);
-    if (ink.width <= 0 || ink.height <= 0) return surface;
-    // As tall as the space allows; a wide number ("100") is narrowed a little before it shrinks.
-    double sy = digitsH / ink.height;
-    const double sx = std::min(sy, digitsW / ink.width);
-    sy = std::min(sy, sx * 1.4);
-    cairo_save(cr);
-    cairo_translate(cr, (size - ink.width * sx) / 2, size - pad - ink.height * sy);
-    cairo_scale(cr, sx, sy);
-    cairo_move_to(cr, -ink.x, -ink.y);
-    pango_cairo_layout_path(cr, layout.get());
-    cairo_restore(cr);
-    // A halo in the bar's own shade keeps the digits apart from any bar behind them.
-    const double halo = isDark ? 0.0 : 1.0;
-    cairo_set_source_rgba(cr, halo, halo, halo, 0.55);
-    cairo_set_line_width(cr, std::max(1.0, size / 16));
-    cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
-    cairo_stroke_preserve(cr);
-    cairo_set_source_rgb(cr, c.r, c.g, c.b);
-    cairo_fill(cr);
+    drawFitted(cr, std::to_string(shown), {pad, size - pad - digitsH, size - 2 * pad, digitsH},
+               iconColor(level, isDark));
     return surface;
 }
 
 CairoSurfacePtr renderPlainIcon(int pixels, bool isDark) {
     CairoSurfacePtr surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, pixels, pixels));
-    const double c = isDark ? 1.0 : 0.0;
     const CairoPtr cr(cairo_create(surface.get()));
-    drawTintedLogo(cr.get(), "MenuBarIcon", 0, 0, pixels, Rgb{c, c, c});
+    drawChip(cr.get(), 0, 0, pixels, pixels, pixels / 5.0, isDark);
+    const int inset = std::max(1, pixels / 8);
+    drawTintedLogo(cr.get(), "MenuBarIcon", inset, inset, pixels - 2 * inset, chipTextColour(isDark));
     return surface;
 }
 

@@ -14,7 +14,9 @@ namespace ostrel {
 
 class TrayPresenter {
   public:
-    TrayPresenter(UsageModel& model, TrayItem& item);
+    // `squareIcon` for hosts that print the text beside the icon: the picture is then the plain
+    // square icon, and the text names the services.
+    TrayPresenter(UsageModel& model, TrayItem& item, bool squareIcon = false);
     TrayPresenter(const TrayPresenter&) = delete;
     TrayPresenter& operator=(const TrayPresenter&) = delete;
     ~TrayPresenter();
@@ -23,13 +25,13 @@ class TrayPresenter {
     void update();
 
     // The pictures offered for a label: at scale 1 and 2, so hosts pick the sharper one.
-    static std::vector<TrayPixmap> labelPixmaps(const std::vector<TrayEntry>& items, bool isDark);
-    // The text of the label: each service's text, joined (GNOME shows it beside the icon).
-    static std::string labelText(const std::vector<TrayEntry>& items);
+    static std::vector<TrayPixmap> labelPixmaps(const std::vector<TrayEntry>& items, bool isDark,
+                                                bool squareIcon = false);
 
   private:
     UsageModel& model_;
     TrayItem& item_;
+    bool squareIcon_;
     // What the item shows now, so an unchanged state is not sent to the host again.
     std::optional<std::vector<TrayEntry>> shownItems_;
     bool shownDark_ = false;

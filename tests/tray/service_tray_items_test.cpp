@@ -16,15 +16,20 @@ using namespace std::chrono_literals;
 
 TEST(TrayController, PicksTheShapeFromTheSettingTheOverrideAndTheHost) {
     using enum TrayLayout;
-    constexpr TrayShape wide = TrayShape::label, squares = TrayShape::perService;
+    constexpr TrayShape wide = TrayShape::label, text = TrayShape::textBeside,
+                        squares = TrayShape::perService;
     const std::tuple<TrayLayout, const char*, const char*, TrayShape> choices[] = {
         {automatic, "", "waybar", wide},
-        {automatic, "", "gnome-shell", wide},
+        {automatic, "", "gnome-shell", text},
         {automatic, "", "panel-6-systray", squares},
+        {automatic, "", "kded5", squares},
         {automatic, "", "", squares},
         {label, "", "panel-6-systray", wide},
+        {label, "", "gnome-shell", text},
         {perService, "", "waybar", squares},
+        {perService, "", "gnome-shell", squares},
         {automatic, "label", "plasmashell", wide},
+        {automatic, "label", "gnome-shell", text},
         {label, "per-service", "waybar", squares}};
     for (const auto& [setting, override, host, want] : choices)
         EXPECT_EQ(chooseTrayShape(setting, override, host), want) << override << " " << host;

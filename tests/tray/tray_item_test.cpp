@@ -3,6 +3,7 @@
 #include "support/loop.h"
 #include "support/private_bus.h"
 #include "tray/tray_item.h"
+#include "tray/tray_label.h"
 #include "tray/tray_presenter.h"
 #include "ui/common/cairo_ptr.h"
 
@@ -45,7 +46,7 @@ TEST(TrayItem, RegistersWithLateAndRestartedWatchersServesItsPropertiesAndRunsTh
     const std::vector<TrayEntry> items{{ProviderID::claude, "8% · 50m", UsageLevel::low},
                                        {ProviderID::codex, "80%", UsageLevel::veryHigh}};
     item.update(TrayPresenter::labelPixmaps(items, true), "Claude 8% left, resets in 50m, Codex 80%",
-                TrayPresenter::labelText(items));
+                trayLabelText(items));
 
     auto watcher = std::make_unique<fake::FakeTrayWatcher>(host.get());
     ASSERT_TRUE(runLoopUntil([&] { return item.registered(); }, 5s)) << "a late watcher still gets the item";
@@ -66,7 +67,7 @@ TEST(TrayItem, RegistersWithLateAndRestartedWatchersServesItsPropertiesAndRunsTh
         return std::string(value);
     };
     EXPECT_EQ(text("Title"), "Claude 8% left, resets in 50m, Codex 80%");
-    EXPECT_EQ(text("XAyatanaLabel"), "8% · 50m  80%");
+    EXPECT_EQ(text("XAyatanaLabel"), "Cl 8% · 50m  Cx 80%") << "the services told apart in the text";
 
     // Two pictures of the label, the second twice the first, four bytes a pixel.
     GVariantPtr pixmaps(g_variant_lookup_value(dict.get(), "IconPixmap", G_VARIANT_TYPE("a(iiay)")));
