@@ -136,6 +136,7 @@ void HistoryStore::moveAside(const std::string& why) {
     // Moved before our connection closes: closing removes its journal by name, which then is gone.
     moveSet(path_, badCopy(path_, 0));
     db_.reset();
+    ++version_;
     GCharPtr name(g_path_get_basename(badCopy(path_, 0).c_str()));
     log("History database damaged (" + why + "); moved aside as " + name.get() + ", starting a fresh one");
 }
@@ -185,6 +186,7 @@ bool HistoryStore::flush() {
                 }
             });
             pending_.clear();
+            ++version_;
             if (!lastFailure_.empty()) log("History written again");
             lastFailure_.clear();
             return true;
@@ -260,15 +262,16 @@ bool HistoryStore::maintain(TimePoint now, std::chrono::milliseconds budget) {
 // The limits in the file, one index probe each rather than a scan of every row.
 std::vector<HistoryStore::Key> HistoryStore::storedLimits() {
     std::vector<Key> out;
-    auto next = db_->prepare("SELECT service, limit_id FROM readings WHERE (service, limit_id) > (?, ?)"
-                             " ORDER BY service, limit_id LIMIT 1");
-    std::string service, limit;
-    for (;;) {
-        next.reset().bind(1, service).bind(2, limit);
-        if (!next.step()) break;
-        service = next.text(0);
-        limit = next.text(1);
-        if (auto id = providerFromRaw(service)) out.emplace_back(*id, limit);
+    auto next = db_->prepare("SELECT limit_id FROM readings WHERE service = ? AND limit_id > ?"
+                             " ORDER BY limit_id LIMIT 1");
+    for (ProviderID service : allProviders) {
+        std::string limit;
+        for (;;) {
+            next.reset().bind(1, std::string(rawValue(service))).bind(2, limit);
+            if (!next.step()) break;
+            limit = next.text(0);
+            out.emplace_back(service, limit);
+        }
     }
     return out;
 }
@@ -358,6 +361,7 @@ bool HistoryStore::shrinkStep(Deadline deadline) {
 }
 
 void HistoryStore::clear() {
+    ++version_;
     pending_.clear();
     lastTaken_.clear();
     lastFailure_.clear();

@@ -54,6 +54,9 @@ class HistoryStore {
     void clear();
 
     bool isOpen() const { return db_.has_value(); }
+    // Moves on whenever rows are written, cleared or replaced by a fresh file, so a reader knows its
+    // copy is old. Upkeep leaves the last week as it is and does not move it.
+    std::uint64_t version() const { return version_; }
     // Readings taken but not yet on disk.
     std::size_t waiting() const { return pending_.size(); }
     const std::string& path() const { return path_; }
@@ -79,6 +82,7 @@ class HistoryStore {
     std::map<Key, UsageReading> lastTaken_;
     std::deque<UsageReading> pending_;
     std::string lastFailure_; // logged once, until a write succeeds again
+    std::uint64_t version_ = 0;
 };
 
 } // namespace ostrel

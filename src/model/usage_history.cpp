@@ -78,9 +78,11 @@ void UsageHistory::refreshService(ProviderID id, const ProviderState& state) {
     const UsageReading current = readingOf(id, main, updated);
     if (lastSeen_[id] != updated) {
         lastSeen_[id] = updated;
-        if (store_.record(current)) rows.push_back(current);
+        const bool taken = store_.record(current);
         for (const UsageLimit& other : state.snapshot->others)
             store_.record(readingOf(id, other, updated));
+        if (taken) rows.push_back(current);
+        recentVersion_ = store_.version(); // only our own writes since it was read
     }
     const auto old = std::find_if(rows.begin(), rows.end(),
                                   [&](const UsageReading& r) { return r.at >= now - recentSpan; });
@@ -102,6 +104,11 @@ void UsageHistory::refreshService(ProviderID id, const ProviderState& state) {
 }
 
 std::vector<UsageReading>& UsageHistory::recent(ProviderID id, const std::string& limitId, TimePoint now) {
+    if (store_.version() != recentVersion_) { // written or tidied by someone else: read anew
+        for (const auto& [service, cached] : recentLimit_)
+            recent_[service] = store_.readings(service, cached, now - recentSpan, now);
+        recentVersion_ = store_.version();
+    }
     auto limit = recentLimit_.find(id);
     if (limit == recentLimit_.end() || limit->second != limitId) {
         recent_[id] = store_.readings(id, limitId, now - recentSpan, now);

@@ -13,6 +13,7 @@
 #include "model/usage_model.h"
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
@@ -59,6 +60,7 @@ class UsageHistory {
     HistoryStore store_;
     std::map<ProviderID, std::vector<UsageReading>> recent_;
     std::map<ProviderID, std::string> recentLimit_; // the limit recent_ holds
+    std::uint64_t recentVersion_ = 0;               // the store's version recent_ was read at
     std::map<ProviderID, std::optional<PaceForecast>> forecasts_;
     std::map<ProviderID, TimePoint> lastSeen_;     // the lastUpdated already recorded
     std::map<ProviderID, TimePoint> warnedWindow_; // the reset time of the window already warned about
