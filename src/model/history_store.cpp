@@ -92,16 +92,22 @@ UsageReading readingFrom(ProviderID service, std::string limitId, SqliteStatemen
 } // namespace
 
 HistoryStore::HistoryStore(std::string path, std::int64_t sizeLimit)
-    : path_(std::move(path)), sizeLimit_(sizeLimit) {
-    tryOpen();
-}
+    : path_(std::move(path)), sizeLimit_(sizeLimit) {}
 
 std::string HistoryStore::defaultPath() {
     GCharPtr p(g_build_filename(g_get_user_state_dir(), "ostrel", "history.sqlite", nullptr));
     return p.get();
 }
 
+// Reads open the file once; a write or an upkeep step tries again after a failure.
+bool HistoryStore::openForReading() {
+    if (db_) return true;
+    if (triedOpen_) return false;
+    return tryOpen();
+}
+
 bool HistoryStore::tryOpen() {
+    triedOpen_ = true;
     for (int attempt = 0; attempt < 2; ++attempt) {
         try {
             openOnce();
@@ -202,7 +208,7 @@ bool HistoryStore::flush() {
 }
 
 std::optional<UsageReading> HistoryStore::newestStored(const UsageReading& before) {
-    if (!db_) return std::nullopt;
+    if (!openForReading()) return std::nullopt;
     try {
         auto q = db_->prepare(
             "SELECT title, percent_used, resets_at, read_at FROM readings"
@@ -220,7 +226,7 @@ std::optional<UsageReading> HistoryStore::newestStored(const UsageReading& befor
 std::vector<UsageReading> HistoryStore::readings(ProviderID service, const std::string& limitId,
                                                  TimePoint since, TimePoint until) {
     std::vector<UsageReading> out;
-    if (!db_) return out;
+    if (!openForReading()) return out;
     try {
         auto q = db_->prepare("SELECT title, percent_used, resets_at, read_at FROM readings"
                               " WHERE service = ? AND limit_id = ? AND read_at >= ? AND read_at <= ?"
@@ -349,8 +355,7 @@ bool HistoryStore::shrinkStep(Deadline deadline) {
     const std::int64_t free = db_->pragma("PRAGMA freelist_count");
     if (free == 0) return false;
     if (db_->pragma("PRAGMA auto_vacuum") != 2) {
-        if (free * 2 > db_->pragma("PRAGMA page_count") && free > 1024)
-            db_->exec("PRAGMA auto_vacuum=INCREMENTAL; VACUUM");
+        if (free * 2 > db_->pragma("PRAGMA page_count")) db_->exec("PRAGMA auto_vacuum=INCREMENTAL; VACUUM");
         return false;
     }
     while (db_->pragma("PRAGMA freelist_count") > 0) {

@@ -33,7 +33,7 @@ class HistoryStore {
     // Far above what 90 days need; it keeps a runaway history from filling the disk.
     static constexpr std::int64_t defaultSizeLimit = 64 << 20;
 
-    // Opens (or creates) the file at `path`. Reading a large file or tidying it waits for maintain().
+    // The file at `path` is opened (or created) when first used, so the start never waits for it.
     explicit HistoryStore(std::string path, std::int64_t sizeLimit = defaultSizeLimit);
 
     // "$XDG_STATE_HOME/ostrel/history.sqlite".
@@ -53,6 +53,7 @@ class HistoryStore {
     // or its journal.
     void clear();
 
+    // Whether the file is open (after its first use).
     bool isOpen() const { return db_.has_value(); }
     // Moves on whenever rows are written, cleared or replaced by a fresh file, so a reader knows its
     // copy is old. Upkeep leaves the last week as it is and does not move it.
@@ -65,6 +66,7 @@ class HistoryStore {
     using Key = std::pair<ProviderID, std::string>;
     using Deadline = std::chrono::steady_clock::time_point;
 
+    bool openForReading();
     bool tryOpen();
     void openOnce();
     void moveAside(const std::string& why);
@@ -83,6 +85,7 @@ class HistoryStore {
     std::deque<UsageReading> pending_;
     std::string lastFailure_; // logged once, until a write succeeds again
     std::uint64_t version_ = 0;
+    bool triedOpen_ = false;
 };
 
 } // namespace ostrel

@@ -185,8 +185,8 @@ TEST(HistoryStore, OnlyADamagedFileIsMovedAsideAndEarlierCopiesAreKept) {
         test::writeFile(path, std::string(8192, static_cast<char>('0' + round)));
         test::writeFile(path + "-wal", "journal " + std::to_string(round));
         HistoryStore store(path);
-        ASSERT_TRUE(store.isOpen());
         EXPECT_TRUE(store.record(reading(10, t0)));
+        ASSERT_TRUE(store.isOpen());
         EXPECT_EQ(count(store), 1u) << "a fresh file, without the old journal's frames";
     }
     EXPECT_EQ(log.lines().size(), 4u) << "one line each time says where the old file went";
@@ -214,33 +214,40 @@ TEST(HistoryStore, ClearingLeavesNothingReadableInTheFileOrItsJournal) {
 }
 
 TEST(HistoryStore, UpkeepDropsRowsPast90DaysThinsRowsPastAWeekAndGivesTheSpaceBack) {
-    TempDir dir;
-    const std::string path = dir.file("history.sqlite");
-    const TimePoint now = t0 + 100 * 24h;
-    {
-        HistoryStore store(path);
-        fill(store, now - 95 * 24h, 3000, "old");
-        ASSERT_TRUE(store.record(reading(3, now - 91 * 24h)));
-        ASSERT_TRUE(store.record(reading(7, now - 89 * 24h)));
-        // An hour of rising use ten days ago: four quarters, each keeping its highest reading.
-        for (int m = 0; m < 60; ++m)
-            ASSERT_TRUE(store.record(reading(m, now - 10 * 24h + m * 1min)));
-        ASSERT_TRUE(store.record(reading(80, now - 5 * 24h)));
-        ASSERT_TRUE(store.record(reading(81, now - 5 * 24h + 1min)));
+    for (bool older : {false, true}) {
+        SCOPED_TRACE(older ? "a file made before space was given back" : "a new file");
+        TempDir dir;
+        const std::string path = dir.file("history.sqlite");
+        const TimePoint now = t0 + 100 * 24h;
+        if (older)
+            OtherConnection(path).exec("CREATE TABLE readings (service TEXT NOT NULL, limit_id TEXT NOT NULL,"
+                                       " title TEXT NOT NULL, percent_used REAL NOT NULL, resets_at INTEGER,"
+                                       " read_at INTEGER NOT NULL)");
+        {
+            HistoryStore store(path);
+            fill(store, now - 95 * 24h, 3000, "old");
+            ASSERT_TRUE(store.record(reading(3, now - 91 * 24h)));
+            ASSERT_TRUE(store.record(reading(7, now - 89 * 24h)));
+            // An hour of rising use ten days ago: four quarters, each keeping its highest reading.
+            for (int m = 0; m < 60; ++m)
+                ASSERT_TRUE(store.record(reading(m, now - 10 * 24h + m * 1min)));
+            ASSERT_TRUE(store.record(reading(80, now - 5 * 24h)));
+            ASSERT_TRUE(store.record(reading(81, now - 5 * 24h + 1min)));
+        }
+        const auto before = test::readFile(path).size();
+        {
+            HistoryStore reopened(path); // upkeep works over a file that already holds readings
+            maintainFully(reopened, now);
+            EXPECT_EQ(count(reopened, "old"), 0u);
+            std::vector<double> kept;
+            for (const auto& r : reopened.readings(claude, "session", TimePoint{}))
+                kept.push_back(r.percentUsed);
+            EXPECT_EQ(kept, (std::vector<double>{7, 14, 29, 44, 59, 80, 81}));
+            maintainFully(reopened, now + 24h); // a later round leaves the thinned rows as they are
+            EXPECT_EQ(count(reopened), kept.size());
+        }
+        EXPECT_LT(test::readFile(path).size(), before / 2);
     }
-    const auto before = test::readFile(path).size();
-    {
-        HistoryStore reopened(path); // upkeep works over a file that already holds readings
-        maintainFully(reopened, now);
-        EXPECT_EQ(count(reopened, "old"), 0u);
-        std::vector<double> kept;
-        for (const auto& r : reopened.readings(claude, "session", TimePoint{}))
-            kept.push_back(r.percentUsed);
-        EXPECT_EQ(kept, (std::vector<double>{7, 14, 29, 44, 59, 80, 81}));
-        maintainFully(reopened, now + 24h); // a later round leaves the thinned rows as they are
-        EXPECT_EQ(count(reopened), kept.size());
-    }
-    EXPECT_LT(test::readFile(path).size(), before / 2);
 }
 
 TEST(HistoryStore, UnusableFolderTurnsHistoryOffWithoutFailing) {
@@ -248,9 +255,9 @@ TEST(HistoryStore, UnusableFolderTurnsHistoryOffWithoutFailing) {
     test::writeFile(dir.file("blocker"), "a file where the folder should be");
     ScopedLogSink sink([](const std::string&) {});
     HistoryStore store(dir.file("blocker/history.sqlite"));
-    EXPECT_FALSE(store.isOpen());
-    EXPECT_FALSE(store.maintain(t0, 5ms));
     EXPECT_TRUE(store.readings(claude, "session", t0).empty());
+    EXPECT_FALSE(store.maintain(t0, 5ms));
+    EXPECT_FALSE(store.isOpen());
 }
 
 TEST(UsageHistory, UpkeepRunsOverTheFileItOpensAndTheChartLeavesOutRowsAheadOfNow) {
