@@ -153,6 +153,7 @@ void HistoryStore::noteFailure(const std::string& what) {
 }
 
 bool HistoryStore::record(const UsageReading& r) {
+    if (!pending_.empty()) flush(); // every reading is a moment to try again, changed or not
     Key key{r.service, r.limitId};
     auto last = lastTaken_.find(key);
     if (last == lastTaken_.end())
