@@ -46,11 +46,14 @@ const char* const schema =
     "PRAGMA journal_mode=WAL;"
     "PRAGMA synchronous=NORMAL;"
     "PRAGMA journal_size_limit=1048576;"
-    "CREATE TABLE IF NOT EXISTS readings ("
-    " service TEXT NOT NULL, limit_id TEXT NOT NULL, title TEXT NOT NULL,"
-    " percent_used REAL NOT NULL, resets_at INTEGER, read_at INTEGER NOT NULL);"
-    "CREATE INDEX IF NOT EXISTS readings_by_limit ON readings (service, limit_id, read_at);"
     "CREATE TABLE IF NOT EXISTS upkeep (name TEXT PRIMARY KEY, value INTEGER NOT NULL);";
+
+// The index holds every column the chart reads, so a week of a limit is read from the index alone
+// (several times faster than looking each row up); the prune and the thinning use its first columns.
+const char* const chartIndex = "CREATE INDEX IF NOT EXISTS readings_for_chart ON readings"
+                               " (service, limit_id, read_at, percent_used, resets_at, title)";
+// A file from before that index had this one instead; the upkeep replaces it.
+const char* const olderIndex = "readings_by_limit";
 
 // Creates the folder (0700) and the file (0600) before SQLite does, so neither is ever readable by
 // others, not even for a moment.
@@ -129,6 +132,12 @@ void HistoryStore::openOnce() {
     prepareFile(path_);
     db_.emplace(path_, busyWait);
     db_->exec(schema);
+    if (!hasTable("readings")) {
+        db_->exec("CREATE TABLE IF NOT EXISTS readings ("
+                  " service TEXT NOT NULL, limit_id TEXT NOT NULL, title TEXT NOT NULL,"
+                  " percent_used REAL NOT NULL, resets_at INTEGER, read_at INTEGER NOT NULL)");
+        db_->exec(chartIndex);
+    }
     const std::int64_t pages = sizeLimit_ / std::max<std::int64_t>(db_->pragma("PRAGMA page_size"), 512);
     db_->exec(("PRAGMA max_page_count=" + std::to_string(pages)).c_str());
 }
@@ -254,7 +263,7 @@ bool HistoryStore::maintain(TimePoint now, std::chrono::milliseconds budget) {
     try {
         const std::vector<Key> limits = storedLimits();
         return pruneStep(limits, now - keptFor, deadline) ||
-               thinStep(limits, now - fullDetailFor, deadline) || shrinkStep(deadline);
+               thinStep(limits, now - fullDetailFor, deadline) || indexStep() || shrinkStep(deadline);
     } catch (const SqliteError& e) {
         if (e.isCorruption()) {
             moveAside(e.what());
@@ -347,6 +356,21 @@ bool HistoryStore::thinStep(const std::vector<Key>& limits, TimePoint upTo, Dead
         at = to;
         if (at < target && past(deadline)) return true;
     }
+    return false;
+}
+
+bool HistoryStore::hasTable(const char* name) {
+    auto q = db_->prepare("SELECT 1 FROM sqlite_master WHERE name = ?");
+    q.bind(1, std::string(name));
+    return q.step();
+}
+
+// A file from before the chart's index gets it once, after thinning made it small: a step that
+// may take longer, like the rebuild below.
+bool HistoryStore::indexStep() {
+    if (hasTable("readings_for_chart")) return false;
+    db_->exec(chartIndex);
+    db_->exec((std::string("DROP INDEX IF EXISTS ") + olderIndex).c_str());
     return false;
 }
 

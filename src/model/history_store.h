@@ -76,7 +76,9 @@ class HistoryStore {
     std::vector<Key> storedLimits();
     bool pruneStep(const std::vector<Key>& limits, TimePoint cutoff, Deadline deadline);
     bool thinStep(const std::vector<Key>& limits, TimePoint upTo, Deadline deadline);
+    bool indexStep();
     bool shrinkStep(Deadline deadline);
+    bool hasTable(const char* name); // or index
 
     std::string path_;
     std::int64_t sizeLimit_;
