@@ -30,6 +30,14 @@ double minutesBetween(TimePoint from, TimePoint to) {
 
 } // namespace
 
+bool isChange(const UsageReading& earlier, const UsageReading& later) {
+    if (earlier.percentUsed != later.percentUsed) return true;
+    if (earlier.resetsAt.has_value() != later.resetsAt.has_value()) return true;
+    if (!earlier.resetsAt) return false;
+    const auto moved = *later.resetsAt - *earlier.resetsAt;
+    return moved >= 60s || moved <= -60s;
+}
+
 bool isReset(const UsageReading& earlier, const UsageReading& later) {
     if (earlier.resetsAt && later.resetsAt) return *later.resetsAt > *earlier.resetsAt + 60s;
     return later.percentUsed < earlier.percentUsed - 10;

@@ -31,6 +31,11 @@ struct PaceForecast {
     bool runsOutFirst() const { return !resetsAt || runsOutAt < *resetsAt; }
 };
 
+// Whether `later` says something `earlier` did not: another value, a reset time that appeared or
+// went, or one that moved by a minute or more. A reset derived from "seconds left" drifts by the
+// request's latency on every reading; that drift is no news.
+bool isChange(const UsageReading& earlier, const UsageReading& later);
+
 // Whether `later` starts a new window after `earlier`: the reset time moved more than a minute
 // later, or (with no reset times) the use fell by more than ten points.
 bool isReset(const UsageReading& earlier, const UsageReading& later);

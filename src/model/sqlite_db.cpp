@@ -4,7 +4,8 @@ namespace ostrel {
 
 namespace {
 [[noreturn]] void fail(sqlite3* db, const std::string& what) {
-    throw SqliteError(what + ": " + (db ? sqlite3_errmsg(db) : "out of memory"));
+    if (!db) throw SqliteError(what + ": out of memory", SQLITE_NOMEM);
+    throw SqliteError(what + ": " + sqlite3_errmsg(db), sqlite3_extended_errcode(db));
 }
 } // namespace
 
@@ -50,6 +51,12 @@ void SqliteStatement::run() {
     }
 }
 
+SqliteStatement& SqliteStatement::reset() {
+    sqlite3_reset(stmt_.get());
+    sqlite3_clear_bindings(stmt_.get());
+    return *this;
+}
+
 std::string SqliteStatement::text(int column) const {
     const auto* p = sqlite3_column_text(stmt_.get(), column);
     return p ? std::string(reinterpret_cast<const char*>(p)) : std::string();
@@ -68,21 +75,27 @@ std::optional<std::int64_t> SqliteStatement::optionalInteger(int column) const {
     return integer(column);
 }
 
-SqliteDatabase::SqliteDatabase(const std::string& path) {
+SqliteDatabase::SqliteDatabase(const std::string& path, std::chrono::milliseconds busyWait) {
     sqlite3* raw = nullptr;
     const int rc = sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
     db_.reset(raw);
     if (rc != SQLITE_OK) fail(raw, "open");
-    sqlite3_busy_timeout(raw, 2000); // another instance writing: wait briefly, never forever
+    sqlite3_extended_result_codes(raw, 1);
+    sqlite3_busy_timeout(raw, static_cast<int>(busyWait.count()));
 }
 
 void SqliteDatabase::exec(const char* sql) {
     char* message = nullptr;
-    if (sqlite3_exec(db_.get(), sql, nullptr, nullptr, &message) != SQLITE_OK) {
+    if (const int rc = sqlite3_exec(db_.get(), sql, nullptr, nullptr, &message); rc != SQLITE_OK) {
         std::string text = message ? message : "unknown error";
         sqlite3_free(message);
-        throw SqliteError(text);
+        throw SqliteError(text, sqlite3_extended_errcode(db_.get()));
     }
+}
+
+std::int64_t SqliteDatabase::pragma(const char* sql) {
+    auto q = prepare(sql);
+    return q.step() ? q.integer(0) : 0;
 }
 
 } // namespace ostrel

@@ -1,7 +1,10 @@
 #pragma once
 // Owning handles for an SQLite connection and its prepared statements. Every failure throws
-// SqliteError with SQLite's own message, so the caller decides in one place what a bad database means.
+// SqliteError with SQLite's own message and result code, so the caller decides in one place what a
+// bad database means: only a file SQLite calls corrupt or not a database is bad; a full disk, an I/O
+// error or another program's lock is a moment to wait out.
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -13,7 +16,18 @@ namespace ostrel {
 
 class SqliteError : public std::runtime_error {
   public:
-    using std::runtime_error::runtime_error;
+    // `code` is SQLite's (extended) result code; SQLITE_ERROR when the failure was not SQLite's.
+    explicit SqliteError(const std::string& what, int code = SQLITE_ERROR)
+        : std::runtime_error(what), code_(code) {}
+    int code() const { return code_; }
+    // The file is damaged or is no database at all: the one case for moving it aside.
+    bool isCorruption() const {
+        const int primary = code_ & 0xff;
+        return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
+    }
+
+  private:
+    int code_;
 };
 
 struct SqliteCloser {
@@ -36,6 +50,8 @@ class SqliteStatement {
     bool step();
     // Runs the statement to its end (for writes).
     void run();
+    // Makes the statement ready to run again with new values.
+    SqliteStatement& reset();
 
     std::string text(int column) const;
     std::int64_t integer(int column) const;
@@ -49,13 +65,30 @@ class SqliteStatement {
 
 class SqliteDatabase {
   public:
-    // Opens (creating when missing) the file at `path`; throws on failure.
-    explicit SqliteDatabase(const std::string& path);
+    // Opens (creating when missing) the file at `path`; throws on failure. Another connection's
+    // lock is waited for `busyWait` at most, then the call fails with SQLITE_BUSY: the main loop
+    // never stalls behind a backup or a shell holding the file.
+    explicit SqliteDatabase(const std::string& path, std::chrono::milliseconds busyWait);
 
     void exec(const char* sql);
     SqliteStatement prepare(const char* sql) { return SqliteStatement(db_.get(), sql); }
     // Number of rows the last write touched.
     int changes() const { return sqlite3_changes(db_.get()); }
+
+    // Runs `work` in one write transaction (taken at once, so a lock fails here and not halfway);
+    // rolls it back when `work` throws.
+    template <typename F> void transaction(F&& work) {
+        exec("BEGIN IMMEDIATE");
+        try {
+            work();
+            exec("COMMIT");
+        } catch (...) {
+            sqlite3_exec(db_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+            throw;
+        }
+    }
+    // A one-number pragma such as "PRAGMA freelist_count".
+    std::int64_t pragma(const char* sql);
 
   private:
     std::unique_ptr<sqlite3, SqliteCloser> db_;
