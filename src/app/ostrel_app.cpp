@@ -2,6 +2,7 @@
 
 #include "app/status_cli.h"
 #include "base/log.h"
+#include "ui/panel/about_window.h"
 #include "ui/panel/panel_window.h"
 
 #include <cstdio>
@@ -53,6 +54,9 @@ OstrelApp::~OstrelApp() {
 void OstrelApp::on_startup() {
     Gtk::Application::on_startup();
     hold(); // a tray app: no window keeps it alive
+    // Every window carries the app's icon: the installed one, else the copy in the resource bundle
+    // (the application adds its resource folder's icons to the theme).
+    Gtk::Window::set_default_icon_name("app.ostrel.Ostrel");
 
     AppCore::Options options;
     if (demoMode_) {
@@ -79,6 +83,13 @@ void OstrelApp::on_startup() {
     addActions();
     panel_ = std::make_unique<PanelWindow>(model, core_->feedbackEndpoint());
     add_window(*panel_);
+    // A click on a notification shows that service's tab; its "Log in" button opens the login.
+    core_->notifier().setActionHandler([this](ProviderID id, UsageNotifier::Action action) {
+        if (action == UsageNotifier::Action::logIn)
+            core_->model().showLogin(id);
+        else
+            showService(id);
+    });
 
     // The tray's clicks and menu go through the same actions as the panel's buttons.
     tray_ = std::make_unique<TrayController>(model, bus, G_ACTION_GROUP(gobj()));
@@ -121,11 +132,26 @@ void OstrelApp::togglePanel(const std::string& service, std::optional<std::pair<
         panel_->popup(near);
 }
 
+void OstrelApp::showService(ProviderID id) {
+    if (!panel_ || !core_) return;
+    core_->model().settings().setSelectedProvider(std::string(rawValue(id)));
+    if (panel_->get_visible())
+        panel_->view().setScreen(PanelScreen::main);
+    else
+        panel_->popup();
+}
+
+void OstrelApp::showAbout() {
+    if (!about_) about_ = std::make_unique<AboutWindow>(OSTREL_VERSION);
+    about_->present();
+}
+
 void OstrelApp::on_shutdown() {
     // Leave the tray at once; the rest goes with the application object, after the main loop has
     // stopped, so a refresh still under way can never resume into a torn-down session.
     tray_.reset();
     if (panel_) remove_window(*panel_);
+    about_.reset();
     Gtk::Application::on_shutdown();
 }
 
