@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <glib-unix.h>
+#include <gtkmm/icontheme.h>
 #include <iostream>
 #include <tuple>
 
@@ -55,7 +56,9 @@ void OstrelApp::on_startup() {
     Gtk::Application::on_startup();
     hold(); // a tray app: no window keeps it alive
     // Every window carries the app's icon: the installed one, else the copy in the resource bundle
-    // (the application adds its resource folder's icons to the theme).
+    // (named here, since the demo's application id has another resource folder).
+    if (auto display = Gdk::Display::get_default())
+        Gtk::IconTheme::get_for_display(display)->add_resource_path("/app/ostrel/Ostrel/icons");
     Gtk::Window::set_default_icon_name("app.ostrel.Ostrel");
 
     AppCore::Options options;

@@ -152,6 +152,7 @@ void LoginWindow::show(ProviderID id, WebSession& session, const std::string& ur
     session.load(url);
     // GTK cannot place a window itself; the window manager centres new windows on most desktops.
     gtk_window_present(window_);
+    gtk_widget_grab_focus(view_); // the keys go to the page's form, not to the address line
 }
 
 Task<void> LoginWindow::closeWhenLoggedIn(LoginWindow* self, WebSession* session, std::string cookie,
