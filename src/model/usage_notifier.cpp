@@ -11,7 +11,7 @@ constexpr const char* service = "org.freedesktop.Notifications";
 constexpr const char* path = "/org/freedesktop/Notifications";
 constexpr const char* appId = "app.ostrel.Ostrel"; // the desktop entry and the app icon
 constexpr int callTimeoutMs = 5000;
-// The key of a click on the notice itself, as the notification specification names it.
+// The key of a click on the notice itself, as the freedesktop notification protocol names it.
 constexpr const char* defaultAction = "default";
 constexpr const char* logInAction = "log-in";
 

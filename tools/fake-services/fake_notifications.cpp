@@ -57,7 +57,7 @@ void FakeNotifications::onCall(GDBusConnection*, const char*, const char*, const
         GVariant* hints = nullptr;
         g_variant_get(params, "(&su&s&s&sas@a{sv}i)", &app, &replaces, &icon, &summary, &body, &actions,
                       &hints, &timeout);
-        // As the specification says: a replacing notification keeps the id it replaces.
+        // As the freedesktop protocol has it: a replacing notification keeps the id it replaces.
         Notification n{app, replaces, summary, body, {}, icon, {}, {}, replaces ? replaces : self->nextId_++};
         for (const char* action = nullptr; g_variant_iter_next(actions, "&s", &action);)
             n.actions.emplace_back(action);
