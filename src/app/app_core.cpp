@@ -35,7 +35,9 @@ AppCore::AppCore(Options options, Clock& clock)
 
     history_ = std::make_unique<UsageHistory>(*model_, options.historyPath);
     model_->setHistory(history_.get());
-    history_->onPaceWarning = [this](ProviderID, const std::string& text) { notifier_.notifyPace(text); };
+    history_->onPaceWarning = [this](ProviderID id, const std::string& text) {
+        notifier_.notifyPace(id, text);
+    };
 }
 
 AppCore::~AppCore() {

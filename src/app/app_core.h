@@ -40,6 +40,7 @@ class AppCore {
     AppSettings& settings() { return *settings_; }
     WebContext& web() { return *web_; }
     LoginWindow& loginWindow() { return login_; }
+    UsageNotifier& notifier() { return notifier_; }
     // The web session of a service (for the demo, which logs its accounts in).
     WebSession& session(ProviderID id);
     // Where the feedback form posts: the configured feedback service's "/api/feedback".

@@ -3,11 +3,13 @@
 #include "app/status_cli.h"
 #include "async/loop.h"
 #include "base/log.h"
+#include "ui/panel/about_window.h"
 #include "ui/panel/panel_window.h"
 
 #include <cstdio>
 #include <cstring>
 #include <glib-unix.h>
+#include <gtkmm/icontheme.h>
 #include <iostream>
 #include <tuple>
 #include <unistd.h>
@@ -84,6 +86,11 @@ void OstrelApp::dbus_unregister_vfunc(const Glib::RefPtr<Gio::DBus::Connection>&
 void OstrelApp::on_startup() {
     Gtk::Application::on_startup();
     hold(); // a tray app: no window keeps it alive
+    // Every window carries the app's icon: the installed one, else the copy in the resource bundle
+    // (named here, since the demo's application id has another resource folder).
+    if (auto display = Gdk::Display::get_default())
+        Gtk::IconTheme::get_for_display(display)->add_resource_path("/app/ostrel/Ostrel/icons");
+    Gtk::Window::set_default_icon_name("app.ostrel.Ostrel");
 
     AppCore::Options options;
     if (demoMode_) {
@@ -111,6 +118,13 @@ void OstrelApp::on_startup() {
     addActions();
     panel_ = std::make_unique<PanelWindow>(model, core_->feedbackEndpoint());
     add_window(*panel_);
+    // A click on a notification shows that service's tab; its "Log in" button opens the login.
+    core_->notifier().setActionHandler([this](ProviderID id, UsageNotifier::Action action) {
+        if (action == UsageNotifier::Action::logIn)
+            core_->model().showLogin(id);
+        else
+            showService(id);
+    });
 
     // The tray's clicks and menu go through the same actions as the panel's buttons.
     tray_ = std::make_unique<TrayController>(model, bus, G_ACTION_GROUP(gobj()));
@@ -161,6 +175,20 @@ void OstrelApp::togglePanel(const std::string& service, std::optional<std::pair<
         panel_->popup(near);
 }
 
+void OstrelApp::showService(ProviderID id) {
+    if (!panel_ || !core_) return;
+    core_->model().settings().setSelectedProvider(std::string(rawValue(id)));
+    if (panel_->get_visible())
+        panel_->view().setScreen(PanelScreen::main);
+    else
+        panel_->popup();
+}
+
+void OstrelApp::showAbout() {
+    if (!about_) about_ = std::make_unique<AboutWindow>(OSTREL_VERSION);
+    about_->present();
+}
+
 void OstrelApp::on_shutdown() {
     // Leave the tray at once; the rest goes with the application object, after the main loop has
     // stopped, so a refresh still under way can never resume into a torn-down session.
@@ -168,6 +196,7 @@ void OstrelApp::on_shutdown() {
     trayPresence_.disconnect();
     tray_.reset();
     if (panel_) remove_window(*panel_);
+    about_.reset();
     Gtk::Application::on_shutdown();
 }
 

@@ -16,6 +16,7 @@
 
 namespace ostrel {
 
+class AboutWindow;
 class PanelWindow;
 
 class OstrelApp : public Gtk::Application {
@@ -28,6 +29,9 @@ class OstrelApp : public Gtk::Application {
     // A click on a tray item: opens the panel on `service`'s tab ("" keeps the tab), or closes it
     // when it already shows that tab.
     void togglePanel(const std::string& service, std::optional<std::pair<int, int>> near);
+    // Opens the panel on `id`'s tab (a click on one of its notifications).
+    void showService(ProviderID id);
+    void showAbout();
 
   protected:
     explicit OstrelApp(bool demo);
@@ -55,7 +59,8 @@ class OstrelApp : public Gtk::Application {
     std::unique_ptr<TrayController> tray_;
     std::unique_ptr<PanelWindow> panel_;
     sigc::connection trayPresence_;
-    TaskGroup tasks_; // the start-up (demo log-in, then the model's cycle)
+    std::unique_ptr<AboutWindow> about_; // made on first use
+    TaskGroup tasks_;                    // the start-up (demo log-in, then the model's cycle)
 };
 
 // Parses the command line and runs the app; returns the process's exit status.

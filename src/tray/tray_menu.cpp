@@ -12,14 +12,16 @@ namespace {
 constexpr const char* menuInterface = "com.canonical.dbusmenu";
 constexpr unsigned layoutRevision = 1; // the entries never change
 
-// 0 is the root; 1…3 its entries.
+// 0 is the root; 1…4 its entries, in the order shown (About before Quit, as menus have it).
 struct Entry {
     int id;
     const char* label;
     const char* action;
 };
-constexpr Entry entries[] = {
-    {1, "Open Ostrel", "open-panel"}, {2, "Refresh", "refresh"}, {3, "Quit Ostrel", "quit"}};
+constexpr Entry entries[] = {{1, "Open Ostrel", "open-panel"},
+                             {2, "Refresh", "refresh"},
+                             {4, "About Ostrel", "about"},
+                             {3, "Quit Ostrel", "quit"}};
 
 GVariant* entryProperties(int id) {
     GVariantBuilder b;

@@ -3,6 +3,9 @@
 // (the very view its web session uses). One window serves every service, one at a time; closing
 // only hides it, and tells the model which service it showed. When a login completes in it (the
 // session cookie appears and the page is back on the service's host) it says so and closes itself.
+// Like a browser it tells where the password goes: the title names the site ("Log in to claude.ai"),
+// and a read-only address line shows the page's address and whether the connection is secure, as
+// the page moves (to a sign-in provider, say).
 
 #include "async/task.h"
 #include "async/task_group.h"
@@ -12,6 +15,7 @@
 #include <chrono>
 #include <gtk/gtk.h>
 #include <optional>
+#include <string>
 
 namespace ostrel {
 
@@ -39,11 +43,19 @@ class LoginWindow final : public LoginHost {
     void setTiming(Timing timing) { timing_ = timing; }
 
     GtkWindow* window() const { return window_; }
+    // What the address line shows: the page's address, and "Secure connection" or "Not secure".
+    std::string address() const;
+    std::string security() const;
+    // The site a login URL belongs to, as the title names it: its host without "www.".
+    static std::string siteOf(const std::string& url);
     std::optional<ProviderID> current() const { return current_; }
 
   private:
     void build();
     static gboolean onCloseRequest(GtkWindow*, gpointer self);
+    // Follows the shown view's address and connection into the address line.
+    void watchAddress();
+    void updateAddress();
     static Task<void> closeWhenLoggedIn(LoginWindow* self, WebSession* session, std::string cookie,
                                         std::string name);
 
@@ -53,6 +65,11 @@ class LoginWindow final : public LoginHost {
     std::optional<ProviderID> current_;
     WebSession* session_ = nullptr; // the session shown now (owned by its provider)
     GtkWidget* done_ = nullptr;     // "Logged in to <Name>", shown just before closing
+    GtkWidget* address_ = nullptr;  // read-only entry with the page's address
+    GtkWidget* lock_ = nullptr;     // the connection's padlock, open or closed
+    GtkWidget* security_ = nullptr; // "Not secure" beside an open padlock
+    SignalConnection uriChanged_;   // on the shown view
+    SignalConnection loadChanged_;
     Timing timing_;
     TaskGroup tasks_; // the login watch; last, so it ends before the widgets it touches
 };

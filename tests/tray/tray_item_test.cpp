@@ -29,7 +29,7 @@ TEST(TrayItem, RegistersWithLateAndRestartedWatchersServesItsPropertiesAndRunsTh
     auto app = bus.connect(), host = bus.connect();
     auto actions = adopt(g_simple_action_group_new());
     std::vector<std::string> fired;
-    for (const char* name : {"open-panel", "toggle-panel-at", "refresh", "quit"}) {
+    for (const char* name : {"open-panel", "toggle-panel-at", "refresh", "about", "quit"}) {
         const bool at = std::string(name) == "toggle-panel-at";
         auto action = adopt(g_simple_action_new(name, at ? G_VARIANT_TYPE("(sii)") : nullptr));
         g_signal_connect(action.get(), "activate", G_CALLBACK(record), &fired);
@@ -89,21 +89,21 @@ TEST(TrayItem, RegistersWithLateAndRestartedWatchersServesItsPropertiesAndRunsTh
     ASSERT_TRUE(layout);
     GVariantPtr root(g_variant_get_child_value(layout.get(), 1));
     GVariantPtr children(g_variant_get_child_value(root.get(), 2));
-    EXPECT_EQ(g_variant_n_children(children.get()), 3u) << "Open, Refresh, Quit";
+    EXPECT_EQ(g_variant_n_children(children.get()), 4u) << "Open, Refresh, About, Quit";
     // Hosts that read the entries in groups get one answer for each.
     GVariantPtr group = call("/Menu", "com.canonical.dbusmenu", "GetGroupProperties",
-                             g_variant_new_parsed("([1, 2, 3], @as [])"));
+                             g_variant_new_parsed("([1, 2, 3, 4], @as [])"));
     ASSERT_TRUE(group);
-    EXPECT_EQ(g_variant_n_children(GVariantPtr(g_variant_get_child_value(group.get(), 0)).get()), 3u);
+    EXPECT_EQ(g_variant_n_children(GVariantPtr(g_variant_get_child_value(group.get(), 0)).get()), 4u);
     call("/Menu", "com.canonical.dbusmenu", "Event",
          g_variant_new("(isvu)", 2, "clicked", g_variant_new_int32(0), 0u));
     GVariantBuilder events;
     g_variant_builder_init(&events, G_VARIANT_TYPE("a(isvu)"));
-    for (auto [id, type] : {std::pair{1, "clicked"}, {3, "hovered"}, {3, "clicked"}})
+    for (auto [id, type] : {std::pair{1, "clicked"}, {4, "clicked"}, {3, "hovered"}, {3, "clicked"}})
         g_variant_builder_add(&events, "(isvu)", id, type, g_variant_new_int32(0), 0u);
     ASSERT_TRUE(call("/Menu", "com.canonical.dbusmenu", "EventGroup", g_variant_new("(a(isvu))", &events)));
-    EXPECT_EQ(fired,
-              (std::vector<std::string>{"toggle-panel-at('', 100, 20)", "refresh", "open-panel", "quit"}));
+    EXPECT_EQ(fired, (std::vector<std::string>{"toggle-panel-at('', 100, 20)", "refresh", "open-panel",
+                                               "about", "quit"}));
 
     // The tray host restarts: the item registers with the new watcher, and says nothing more.
     watcher.reset();

@@ -14,6 +14,16 @@ using namespace ostrel::test;
 using namespace std::chrono_literals;
 using fake::FakeClaude;
 
+TEST(LoginWindowSite, IsTheLoginAddressHostWithoutWww) {
+    for (const auto& [url, site] :
+         std::vector<std::pair<std::string, std::string>>{{"https://claude.ai/login", "claude.ai"},
+                                                          {"https://www.cursor.com/dashboard", "cursor.com"},
+                                                          {"https://chatgpt.com/auth/login", "chatgpt.com"},
+                                                          {"http://127.0.0.2:8080/login", "127.0.0.2"},
+                                                          {"not a url", ""}})
+        EXPECT_EQ(LoginWindow::siteOf(url), site) << url;
+}
+
 TEST_F(WebFixture, LogInThroughTheLoginWindow) {
     FakeClaude claude;
     AppSettings settings(dir_.file("settings.ini"));
@@ -39,7 +49,11 @@ TEST_F(WebFixture, LogInThroughTheLoginWindow) {
     };
     ASSERT_TRUE(runLoopUntil(onLoginPage, 20s));
     ASSERT_TRUE(runLoopUntil([&] { return gtk_widget_get_mapped(GTK_WIDGET(web.webView())); }, 10s));
-    EXPECT_STREQ(gtk_window_get_title(login.window()), "Log in to Claude, then close this window");
+    // The window tells where the password goes: the site in the title, the page's address, and that
+    // a plain http page is no secure connection.
+    EXPECT_EQ(gtk_window_get_title(login.window()), "Log in to " + LoginWindow::siteOf(claude.origin()));
+    EXPECT_EQ(login.address(), loginPage);
+    EXPECT_EQ(login.security(), "Not secure");
     // While the window shows the page, the page is the user's: a refresh asks nothing of the site.
     LogLines log;
     runSync(model.refresh(ProviderID::claude), 30s);
@@ -48,6 +62,8 @@ TEST_F(WebFixture, LogInThroughTheLoginWindow) {
 
     submitLoginForm(web.webView());
     ASSERT_TRUE(runLoopUntil([&] { return !claude.issuedSessions().empty(); }, 20s));
+    // The address follows the page off the form.
+    EXPECT_TRUE(runLoopUntil([&] { return login.address() != loginPage; }, 20s)) << login.address();
 
     // Once the site is back on its own host with the session cookie, the window says so and closes
     // itself through the usual path, which refreshes the service it showed.

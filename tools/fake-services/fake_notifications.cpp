@@ -44,7 +44,7 @@ void FakeNotifications::onCall(GDBusConnection*, const char*, const char*, const
     const std::string name = method;
     if (name == "GetCapabilities") {
         ++self->capabilityQueries_;
-        const char* caps[] = {"body", "sound", nullptr};
+        const char* caps[] = {"body", "sound", "actions", nullptr};
         g_dbus_method_invocation_return_value(invocation, g_variant_new("(^as)", caps));
     } else if (name == "GetServerInformation") {
         g_dbus_method_invocation_return_value(invocation,
@@ -57,7 +57,10 @@ void FakeNotifications::onCall(GDBusConnection*, const char*, const char*, const
         GVariant* hints = nullptr;
         g_variant_get(params, "(&su&s&s&sas@a{sv}i)", &app, &replaces, &icon, &summary, &body, &actions,
                       &hints, &timeout);
-        Notification n{app, replaces, summary, body, {}, icon, {}, self->nextId_++};
+        // As the freedesktop protocol has it: a replacing notification keeps the id it replaces.
+        Notification n{app, replaces, summary, body, {}, icon, {}, {}, replaces ? replaces : self->nextId_++};
+        for (const char* action = nullptr; g_variant_iter_next(actions, "&s", &action);)
+            n.actions.emplace_back(action);
         const char *sound = nullptr, *entry = nullptr;
         if (g_variant_lookup(hints, "sound-name", "&s", &sound)) n.soundName = sound;
         if (g_variant_lookup(hints, "desktop-entry", "&s", &entry)) n.desktopEntry = entry;
@@ -69,6 +72,12 @@ void FakeNotifications::onCall(GDBusConnection*, const char*, const char*, const
         g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.DBus.Error.UnknownMethod",
                                                    method);
     }
+}
+
+void FakeNotifications::invoke(unsigned id, const std::string& actionKey) {
+    g_dbus_connection_emit_signal(bus_.get(), nullptr, "/org/freedesktop/Notifications",
+                                  "org.freedesktop.Notifications", "ActionInvoked",
+                                  g_variant_new("(us)", id, actionKey.c_str()), nullptr);
 }
 
 } // namespace ostrel::fake

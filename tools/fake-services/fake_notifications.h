@@ -1,6 +1,7 @@
 #pragma once
 // A stand-in for the desktop's notification service on a D-Bus connection: it owns
-// org.freedesktop.Notifications and records every call.
+// org.freedesktop.Notifications and records every call. A test plays the user with invoke(), which
+// sends the ActionInvoked signal a click on a notification or one of its buttons sends.
 
 #include "base/gobject_ptr.h"
 
@@ -20,7 +21,8 @@ class FakeNotifications {
         std::string soundName;
         std::string appIcon;
         std::string desktopEntry;
-        unsigned id = 0; // the id we handed back
+        std::vector<std::string> actions; // key, label, key, label, ...
+        unsigned id = 0;                  // the id we handed back (the replaced one's, when replacing)
     };
 
     explicit FakeNotifications(GDBusConnection* bus);
@@ -32,6 +34,8 @@ class FakeNotifications {
     bool owned() const { return owned_; }
     const std::vector<Notification>& received() const { return received_; }
     int capabilityQueries() const { return capabilityQueries_; }
+    // The user clicks notification `id` (action "default") or one of its buttons.
+    void invoke(unsigned id, const std::string& actionKey);
 
   private:
     static void onCall(GDBusConnection*, const char*, const char*, const char*, const char* method,

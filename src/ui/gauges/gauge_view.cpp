@@ -1,7 +1,9 @@
 #include "ui/gauges/gauge_view.h"
 
+#include "ui/common/a11y.h"
 #include "ui/gauges/gauge_drawing.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace ostrel {
@@ -26,6 +28,12 @@ GaugeStyle styleOf(Gtk::Widget& widget) {
 GaugeView::GaugeView(GaugeTheme theme, double level, UsageLevel state, bool animated, TimeSource now)
     : Glib::ObjectBase("OstrelGaugeView"), theme_(theme), level_(level), state_(state), animated_(animated),
       timeSource_(std::move(now)) {
+    // A screen reader hears a meter with the level in per cent, not a blank picture. The role can be
+    // set only before anything asks for the widget's accessible, so first.
+    property_accessible_role() = Gtk::Accessible::Role::METER;
+    A11y::setName(*this, "Usage left");
+    speakLevel();
+
     auto pointer = Gtk::EventControllerMotion::create();
     pointer->signal_enter().connect([this](double x, double y) { pointerAt(x, y); });
     pointer->signal_motion().connect([this](double x, double y) { pointerAt(x, y); });
@@ -59,8 +67,22 @@ void GaugeView::setTheme(GaugeTheme theme) {
 void GaugeView::setLevel(double level) {
     if (level == level_) return;
     level_ = level;
+    speakLevel();
     if (get_mapped()) motion_.retarget(level, now());
     queue_draw();
+}
+
+void GaugeView::setSpokenValue(std::string text) {
+    spokenValue_ = std::move(text);
+    speakLevel();
+}
+
+void GaugeView::speakLevel() {
+    const double percent = std::clamp(level_, 0.0, 1.0) * 100;
+    const std::string text = spokenValue_.empty()
+                                 ? std::to_string(static_cast<int>(std::lround(percent))) + "% left"
+                                 : spokenValue_;
+    A11y::setValue(*this, 0, 100, percent, text);
 }
 
 void GaugeView::setState(UsageLevel state) {

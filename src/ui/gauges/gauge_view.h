@@ -9,6 +9,7 @@
 #include <functional>
 #include <gtkmm.h>
 #include <optional>
+#include <string>
 
 namespace ostrel {
 
@@ -26,6 +27,9 @@ class GaugeView : public Gtk::Widget {
     // Target fraction left, 0…1 (the caller clamps). On screen the gauge slides there from what it shows.
     void setLevel(double level);
     void setState(UsageLevel state);
+    // What a screen reader says for the value ("71% left, resets in 2h"); empty says the level in
+    // per cent. The range is 0 to 100, the value the level in per cent.
+    void setSpokenValue(std::string text);
     void setAnimated(bool animated);
     // The size the gauge asks for; by default the theme's natural size.
     void setPreferredSize(std::optional<Size> size);
@@ -52,6 +56,7 @@ class GaugeView : public Gtk::Widget {
     double now() const;
     void updateTicking();
     void pointerAt(double x, double y);
+    void speakLevel();
 
     GaugeTheme theme_;
     double level_;
@@ -59,6 +64,7 @@ class GaugeView : public Gtk::Widget {
     bool animated_;
     TimeSource timeSource_;
     std::optional<Size> preferredSize_;
+    std::string spokenValue_;
     GaugeMotion motion_;
     guint tickId_ = 0;
     gint64 lastDrawnFrame_ = 0; // frame-clock µs of the last frame the motion was drawn in

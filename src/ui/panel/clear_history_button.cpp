@@ -4,15 +4,16 @@
 
 namespace ostrel {
 
-ClearHistoryButton::ClearHistoryButton(UsageModel& model) {
+ClearHistoryButton::ClearHistoryButton(UsageModel& model)
+    : question_("clear-history", "Clear the usage history of every service?", "Clear", [&model] {
+          if (UsageHistory* history = model.history()) history->clear();
+      }) {
     set_name("clear-history");
     set_label("Clear history");
     add_css_class("small");
     set_margin_start(8);
     set_visible(model.history() != nullptr);
-    signal_clicked().connect([&model] {
-        if (UsageHistory* history = model.history()) history->clear();
-    });
+    signal_clicked().connect([this] { question_.ask(); });
 }
 
 } // namespace ostrel

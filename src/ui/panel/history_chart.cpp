@@ -2,7 +2,9 @@
 
 #include "model/fmt.h"
 #include "model/time_format.h"
+#include "ui/common/a11y.h"
 #include "ui/gauges/draw_support.h"
+#include "ui/panel/panel_rules.h"
 
 #include <gtkmm/snapshot.h>
 #include <gtkmm/tooltip.h>
@@ -23,6 +25,8 @@ double leftOf(const UsageReading& r) {
 } // namespace
 
 HistoryChart::HistoryChart() {
+    // A picture to a screen reader, named by a summary of what it draws (set with the readings).
+    property_accessible_role() = Gtk::Accessible::Role::IMG;
     set_name("history-chart");
     set_size_request(-1, static_cast<int>(chartHeight));
     set_hexpand(true);
@@ -40,6 +44,7 @@ void HistoryChart::setReadings(const std::vector<UsageReading>& readings, TimePo
         if (readings[i].at >= start() || (i + 1 < readings.size() && readings[i + 1].at > start()))
             readings_.push_back(readings[i]);
     set_visible(!readings_.empty() && now_ - readings_.front().at >= minimumCover);
+    A11y::setName(*this, chartSummary(readings_));
     queue_draw();
 }
 

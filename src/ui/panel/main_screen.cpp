@@ -2,6 +2,8 @@
 
 #include "ui/panel/panel_rules.h"
 
+#include <algorithm>
+
 namespace ostrel {
 
 MainScreen::MainScreen(UsageModel& model)
@@ -21,8 +23,10 @@ MainScreen::MainScreen(UsageModel& model)
     message_.set_margin_bottom(30);
     append(message_);
 
+    // One height for every tab, the tallest one's, so the panel does not jump as the user moves
+    // between services; every tab's panel is made as soon as the tab is there.
     panels_.set_hhomogeneous(false);
-    panels_.set_vhomogeneous(false);
+    panels_.set_vhomogeneous(true);
     append(panels_);
 
     // A widget is trackable: the connection ends with the screen.
@@ -60,6 +64,11 @@ void MainScreen::update() {
     tabs_.setProviders(tabs);
     tabs_.setSelected(shown.value_or(ProviderID::claude));
 
+    for (ProviderID id : tabs)
+        if (model_.hasProvider(id)) panel(id);
+    // A service turned off leaves the tab row, and its height with it.
+    for (std::size_t i = 0; i < panelOf_.size(); ++i)
+        if (panelOf_[i]) panelOf_[i]->set_visible(std::ranges::find(tabs, allProviders[i]) != tabs.end());
     const bool hasPanel = shown && model_.hasProvider(*shown);
     if (!shown)
         message_.set_text("All providers are turned off.\nTurn one on in Settings.");

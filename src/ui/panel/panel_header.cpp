@@ -1,5 +1,7 @@
 #include "ui/panel/panel_header.h"
 
+#include "ui/common/a11y.h"
+
 namespace ostrel {
 
 PanelHeader::PanelHeader() : Gtk::Box(Gtk::Orientation::HORIZONTAL, 6) {
@@ -24,6 +26,7 @@ PanelHeader::PanelHeader() : Gtk::Box(Gtk::Orientation::HORIZONTAL, 6) {
     back_.add_css_class("plain");
     back_.add_css_class("header-back");
     back_.set_tooltip_text("Back");
+    A11y::setName(back_, "Back");
     back_.set_child(backLabel_);
     back_.set_action_name("win.back");
     append(back_);
@@ -37,6 +40,7 @@ PanelHeader::PanelHeader() : Gtk::Box(Gtk::Orientation::HORIZONTAL, 6) {
     settings_.add_css_class("header-gear");
     settings_.set_size_request(24, 24);
     settings_.set_tooltip_text("Settings");
+    A11y::setName(settings_, "Settings");
     settings_.set_child(gear_);
     settings_.set_action_name("win.settings");
     append(settings_);

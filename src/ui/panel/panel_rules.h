@@ -2,6 +2,7 @@
 // What the panel derives from the model: which service the main screen shows, the level the theme
 // picker starts at, and which of the provider panel's pictures a service's state calls for.
 
+#include "model/forecast.h"
 #include "model/provider_state.h"
 
 #include <optional>
@@ -26,5 +27,9 @@ ProviderPicture pictureFor(const ProviderState& state);
 
 // The message of a snapshot without a main limit.
 std::string infoText(const UsageSnapshot& snapshot);
+
+// What the history chart says to a screen reader, from the readings it draws (oldest first):
+// "Past 7 days: between 12% and 100% left, now 29% left, reset 2 times".
+std::string chartSummary(const std::vector<UsageReading>& readings);
 
 } // namespace ostrel

@@ -3,6 +3,7 @@
 #include "ui/panel/panel_actions.h"
 #include "ui/panel/panel_rules.h"
 #include "ui/panel/panel_style.h"
+#include "ui/panel/work_area.h"
 #include "ui/support/feedback_view.h"
 #include "ui/support/support_amount_view.h"
 #include "ui/support/support_qr_view.h"
@@ -51,7 +52,17 @@ PanelView::PanelView(UsageModel& model, std::string feedbackEndpoint)
     pages_.set_vhomogeneous(false);
     pages_.add(main_, pageName(PanelScreen::main));
     pages_.add(settings_, pageName(PanelScreen::settings));
-    column_.append(pages_);
+    // A screen taller than the panel may be scrolls under the header; one that fits shows whole.
+    viewport_.set_scroll_to_focus(true);
+    viewport_.set_child(pages_);
+    scroller_.set_name("screen-scroller");
+    scroller_.set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
+    scroller_.set_propagate_natural_height(true);
+    scroller_.set_propagate_natural_width(true);
+    scroller_.set_vexpand(true);
+    scroller_.set_has_frame(false);
+    scroller_.set_child(viewport_);
+    column_.append(scroller_);
     installActions();
 }
 
@@ -60,6 +71,8 @@ PanelView::~PanelView() {
          {static_cast<Gtk::Widget*>(&main_), static_cast<Gtk::Widget*>(&settings_),
           static_cast<Gtk::Widget*>(theme_.get()), support_.get(), supportQR_.get(), feedback_.get()})
         if (page) pages_.remove(*page);
+    viewport_.unset_child();
+    scroller_.unset_child();
     column_.unparent();
 }
 
@@ -91,6 +104,12 @@ void PanelView::setScreen(PanelScreen screen) {
     screen_ = screen;
     header_.show(screen);
     pages_.set_visible_child(enter(screen));
+    scroller_.get_vadjustment()->set_value(0); // a screen opens at its top
+}
+
+void PanelView::setHeightLimit(std::optional<int> limit) {
+    heightLimit_ = limit;
+    queue_resize();
 }
 
 Gtk::Widget& PanelView::enter(PanelScreen screen) {
@@ -178,8 +197,10 @@ void PanelView::measure_vfunc(Gtk::Orientation orientation, int forSize, int& mi
     }
     const int at = forSize < 0 ? width : std::max(forSize, width);
     column_.measure(orientation, at, childMin, childNat, b1, b2);
+    // Never taller than the screen allows: what does not fit scrolls.
+    const int limit = heightLimit_.value_or(WorkArea::panelHeightLimit(*this, minimumHeight));
+    natural = std::min(childNat, std::max(limit, childMin));
     minimum = childMin;
-    natural = childNat;
 }
 
 void PanelView::size_allocate_vfunc(int w, int h, int baseline) {

@@ -18,7 +18,9 @@
 
 #include <giomm/simpleactiongroup.h>
 #include <gtkmm/box.h>
+#include <gtkmm/scrolledwindow.h>
 #include <gtkmm/stack.h>
+#include <gtkmm/viewport.h>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,6 +31,8 @@ class PanelView : public Gtk::Widget {
   public:
     static constexpr int width = 300;
     static constexpr int padding = 12;
+    // The least height the panel keeps however small the screen: the header and a little of a screen.
+    static constexpr int minimumHeight = 160;
 
     // `feedbackEndpoint` is where the feedback form posts.
     PanelView(UsageModel& model, std::string feedbackEndpoint);
@@ -62,6 +66,10 @@ class PanelView : public Gtk::Widget {
     PanelHeader& header() { return header_; }
     // The screen shown.
     Gtk::Widget& body() { return *pages_.get_visible_child(); }
+    // What the screens scroll in when the panel would be taller than the screen's work area.
+    Gtk::ScrolledWindow& scroller() { return scroller_; }
+    // The tallest the panel may be; by default the work area of its monitor, less a margin.
+    void setHeightLimit(std::optional<int> limit);
     MainScreen& mainScreen() { return main_; }
 
   protected:
@@ -84,7 +92,10 @@ class PanelView : public Gtk::Widget {
     Glib::RefPtr<Gio::SimpleActionGroup> actions_;
     Gtk::Box column_{Gtk::Orientation::VERTICAL, 14};
     PanelHeader header_;
+    Gtk::ScrolledWindow scroller_;
+    Gtk::Viewport viewport_{Glib::RefPtr<Gtk::Adjustment>(), Glib::RefPtr<Gtk::Adjustment>()};
     Gtk::Stack pages_;
+    std::optional<int> heightLimit_; // set by tests; none asks the monitor
     MainScreen main_;
     SettingsView settings_;
     std::unique_ptr<ThemePickerView> theme_; // made on first use, then kept

@@ -4,6 +4,7 @@
 
 #include <gdkmm/frameclock.h>
 #include <gtk/gtk.h>
+#include <gtkmm/eventcontrollerkey.h>
 #include <gtkmm/settings.h>
 #include <gtkmm/snapshot.h>
 #include <gtkmm/stylecontext.h>
@@ -33,6 +34,29 @@ ProviderTabs::ProviderTabs(std::function<void(ProviderID)> onSelect)
     row_.set_margin(3);
     row_.set_parent(*this);
     add_css_class("provider-tabs");
+
+    // Left and Right move between the tabs and choose the one reached, as in any tab row.
+    auto keys = Gtk::EventControllerKey::create();
+    keys->signal_key_pressed().connect(
+        [this](guint key, guint, Gdk::ModifierType) {
+            if (key == GDK_KEY_Left || key == GDK_KEY_KP_Left) return step(-1);
+            if (key == GDK_KEY_Right || key == GDK_KEY_KP_Right) return step(1);
+            return false;
+        },
+        false);
+    add_controller(keys);
+}
+
+bool ProviderTabs::step(int by) {
+    if (tabs_.size() < 2) return false;
+    const auto n = static_cast<int>(tabs_.size());
+    int at = 0;
+    for (int i = 0; i < n; ++i)
+        if (tabs_[static_cast<std::size_t>(i)].id == selected_) at = i;
+    const Tab& next = tabs_[static_cast<std::size_t>(((at + by) % n + n) % n)];
+    next.button->grab_focus();
+    if (onSelect_) onSelect_(next.id);
+    return true;
 }
 
 ProviderTabs::~ProviderTabs() {

@@ -1,6 +1,7 @@
 #pragma once
 // The segmented row of service logos on the main screen. The selection highlight is one shape that
-// slides and resizes from the old tab to the new one on a spring, instead of appearing anew.
+// slides and resizes from the old tab to the new one on a spring, instead of appearing anew. Left
+// and Right move between the tabs.
 
 #include "base/usage.h"
 #include "ui/panel/provider_logo.h"
@@ -54,6 +55,8 @@ class ProviderTabs : public Gtk::Widget {
     };
 
     void refreshTabs();
+    // Chooses the tab `by` places from the selected one, wrapping around, and focuses it.
+    bool step(int by);
     void moveHighlight(bool animate);
     bool motionAllowed();
     double frameTime() const;

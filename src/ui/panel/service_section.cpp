@@ -8,8 +8,10 @@ ServiceSection::ServiceSection(UsageModel& model, ProviderID id)
     : Gtk::Box(Gtk::Orientation::VERTICAL, 8), model_(model), id_(id), logo_(id, 14),
       track_("Track " + std::string(displayName(id)),
              [&model, id](bool on) { model.settings().setProviderEnabled(id, on); }),
-      resetTime_("Show reset time in menu bar",
-                 [&model, id](bool on) { model.settings().setResetTimeShown(id, on); }) {
+      resetTime_("Show reset time in the tray",
+                 [&model, id](bool on) { model.settings().setResetTimeShown(id, on); }),
+      askLogOut_("log-out-" + std::string(rawValue(id)), "Log out of " + std::string(displayName(id)) + "?",
+                 "Log out", [&model, id] { PanelActions::logOut(model, id); }) {
     const std::string name(displayName(id));
     const std::string raw(rawValue(id));
     set_name("service-" + raw);
@@ -48,10 +50,11 @@ ServiceSection::ServiceSection(UsageModel& model, ProviderID id)
     logOut_.set_name("log-out-" + raw);
     logOut_.set_label("Log out");
     logOut_.add_css_class("small");
-    logOut_.signal_clicked().connect([&model, id] { PanelActions::logOut(model, id); });
+    logOut_.signal_clicked().connect([this] { askLogOut_.ask(); });
     account_.append(logOut_);
     account_.set_name("account-" + raw);
     append(account_);
+    append(askLogOut_);
 
     update();
 }
@@ -69,6 +72,7 @@ void ServiceSection::update() {
     logIn_.set_visible(!loggedIn);
     logIn_.set_sensitive(enabled && model_.hasProvider(id_));
     account_.set_visible(loggedIn);
+    if (!loggedIn) askLogOut_.set_visible(false);
     account_.set_sensitive(enabled);
 
     const std::optional<std::string> expiry = loginExpiryText(model_.state(id_), model_.now());

@@ -1,8 +1,9 @@
 #pragma once
 // One service's part of the settings screen: its logo and name, "Track <Name>", "Show reset time in
-// menu bar", when the login runs out, and the account controls that follow whether the service is logged in.
+// the tray", when the login runs out, and the account controls that follow whether the service is logged in.
 
 #include "model/usage_model.h"
+#include "ui/panel/confirm_row.h"
 #include "ui/panel/provider_logo.h"
 #include "ui/panel/settings_rows.h"
 
@@ -32,6 +33,7 @@ class ServiceSection : public Gtk::Box {
     Gtk::Box account_{Gtk::Orientation::HORIZONTAL, 8};
     Gtk::Button switchAccount_;
     Gtk::Button logOut_;
+    ConfirmRow askLogOut_; // the log-out waits for this answer
 };
 
 } // namespace ostrel

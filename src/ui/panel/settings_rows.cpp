@@ -1,5 +1,7 @@
 #include "ui/panel/settings_rows.h"
 
+#include "ui/common/a11y.h"
+
 namespace ostrel {
 
 NavigationRow::NavigationRow(const std::string& text, const char* actionName) {
@@ -18,11 +20,14 @@ NavigationRow::NavigationRow(const std::string& text, const char* actionName) {
     row_.append(chevron_);
     set_child(row_);
     set_action_name(actionName);
+    A11y::setName(*this, text);
 }
 
 void NavigationRow::setValue(const std::string& value) {
     value_.set_text(value);
     value_.set_visible(!value.empty());
+    // Heard after the name, as it is seen after it: "Theme", "Glass".
+    A11y::setDescription(*this, value);
 }
 
 SwitchRow::SwitchRow(const std::string& text, std::function<void(bool)> onToggle)
@@ -33,6 +38,7 @@ SwitchRow::SwitchRow(const std::string& text, std::function<void(bool)> onToggle
     text_.set_wrap(true);
     append(text_);
     switch_.set_valign(Gtk::Align::CENTER);
+    A11y::labelBy(switch_, text_);
     switch_.property_active().signal_changed().connect([this] {
         if (!updating_ && onToggle_) onToggle_(switch_.get_active());
     });

@@ -13,7 +13,7 @@ SettingsView::SettingsView(UsageModel& model)
       autostart_(Autostart(autostartFolderFor(model.settings().path()),
                            autostartProgram(installedBinary(), runningBinary()))),
       trayLayout_(model.settings()), support_("Support Ostrel", "win.support"),
-      feedback_("Send Feedback", "win.feedback") {
+      feedback_("Send Feedback", "win.feedback"), about_("About Ostrel", "app.about") {
     set_name("settings");
     set_halign(Gtk::Align::FILL);
 
@@ -35,6 +35,8 @@ SettingsView::SettingsView(UsageModel& model)
     append(support_);
     feedback_.set_name("feedback-row");
     append(feedback_);
+    about_.set_name("about-row");
+    append(about_);
     append(bottomDivider_);
 
     refresh_.set_name("refresh");
@@ -51,6 +53,7 @@ SettingsView::SettingsView(UsageModel& model)
     quit_.set_action_name("app.quit");
     bottom_.append(quit_);
     append(bottom_);
+    append(clearHistory_.question());
 
     // Managed scope: the window hands these keys to the screen wherever the focus is. They belong to
     // its two buttons: GTK skips the shortcuts of an unmapped widget, so they are live only while the

@@ -36,6 +36,7 @@ class SettingsView : public Gtk::Box {
     std::array<Gtk::Separator, 3> sectionDividers_;
     NavigationRow support_;
     NavigationRow feedback_;
+    NavigationRow about_; // the about window, through the application
     Gtk::Separator bottomDivider_;
     Gtk::Box bottom_{Gtk::Orientation::HORIZONTAL};
     Gtk::Button refresh_;

@@ -1,5 +1,6 @@
 #include "ui/panel/theme_picker_view.h"
 
+#include "ui/common/a11y.h"
 #include "ui/panel/theme_preview.h"
 
 namespace ostrel {
@@ -56,6 +57,7 @@ ThemePickerView::ThemePickerView(AppSettings& settings, std::optional<double> cu
     preview_.append(levelRow_);
 
     slider_.set_name("preview-slider");
+    A11y::setName(slider_, "Preview level");
     slider_.add_css_class("small");
     slider_.set_draw_value(false);
     slider_.set_round_digits(-1); // continuous: no rounding of the value
@@ -77,7 +79,7 @@ ThemePickerView::ThemePickerView(AppSettings& settings, std::optional<double> cu
     preview_.append(backToCurrent_);
     append(preview_);
 
-    note_.set_text("Changes the gauge in the panel. The menu bar always shows logos and percentages.");
+    note_.set_text("Changes the gauge in the panel. The tray always shows logos and percentages.");
     note_.add_css_class("caption2");
     note_.add_css_class("secondary");
     note_.set_wrap(true);

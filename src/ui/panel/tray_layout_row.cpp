@@ -1,5 +1,7 @@
 #include "ui/panel/tray_layout_row.h"
 
+#include "ui/common/a11y.h"
+
 #include <array>
 #include <gtkmm/stringlist.h>
 
@@ -20,6 +22,7 @@ TrayLayoutRow::TrayLayoutRow(AppSettings& settings)
     append(text_);
     choice_.set_name("tray-layout-choice");
     choice_.set_valign(Gtk::Align::CENTER);
+    A11y::labelBy(choice_, text_);
     choice_.property_selected().signal_changed().connect([this] {
         const guint i = choice_.get_selected();
         if (!updating_ && i < layouts.size() && layouts[i] != settings_.trayLayout())

@@ -3,7 +3,10 @@
 #include "model/fmt.h"
 #include "model/time_format.h"
 #include "model/usage_history.h"
+#include "ui/common/a11y.h"
 #include "ui/panel/panel_actions.h"
+
+#include <cctype>
 
 namespace ostrel {
 
@@ -17,6 +20,7 @@ UsageView::UsageView(UsageModel& model, ProviderID id)
     append(banner_);
 
     gauge_.set_name("gauge");
+    A11y::setName(gauge_, std::string(displayName(id)) + " usage left");
     gauge_.set_halign(Gtk::Align::CENTER);
     gauge_.set_margin_top(8);
     append(gauge_);
@@ -38,7 +42,7 @@ UsageView::UsageView(UsageModel& model, ProviderID id)
     pace_.set_visible(false);
     figures_.append(pace_);
     note_.set_name("note");
-    note_.add_css_class("note");
+    note_.add_css_class("cost-note");
     note_.set_wrap(true);
     note_.set_justify(Gtk::Justification::CENTER);
     figures_.append(note_);
@@ -82,6 +86,15 @@ void UsageView::update(const ProviderState& state) {
     } else {
         detail_.set_visible(false);
     }
+    // The gauge reads as the figures under it read: "71% left, resets in 2h 5m".
+    std::string spoken = big_.get_text();
+    if (detail_.get_visible()) {
+        std::string detail = detail_.get_text();
+        if (!detail.empty())
+            detail[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(detail[0])));
+        spoken += ", " + detail;
+    }
+    gauge_.setSpokenValue(spoken);
     note_.set_visible(snapshot.note.has_value());
     if (snapshot.note) note_.set_text(*snapshot.note);
 

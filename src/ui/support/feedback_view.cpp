@@ -1,5 +1,6 @@
 #include "ui/support/feedback_view.h"
 
+#include "ui/common/a11y.h"
 #include "ui/support/feedback_api.h"
 #include "ui/support/feedback_text.h"
 #include "ui/support/support_style.h"
@@ -21,6 +22,7 @@ FeedbackView::FeedbackView(std::string endpoint)
     form_.append(intro_);
 
     editor_.set_name("message");
+    A11y::setName(editor_, "Message");
     editor_.add_css_class("callout");
     editor_.set_wrap_mode(Gtk::WrapMode::WORD_CHAR);
     editor_.get_buffer()->signal_changed().connect([this] {
@@ -41,6 +43,7 @@ FeedbackView::FeedbackView(std::string endpoint)
     emailField_.set_has_frame(false);
     emailField_.set_hexpand(true);
     emailField_.set_placeholder_text("Your email (optional, if you want a reply)");
+    A11y::setName(emailField_, "Your email (optional, if you want a reply)");
     emailField_.signal_changed().connect([this] { email_ = emailField_.get_text(); });
     emailBox_.add_css_class("field");
     emailBox_.append(emailField_);
@@ -60,6 +63,7 @@ FeedbackView::FeedbackView(std::string endpoint)
     sendContent_.append(sendLabel_);
     sendContent_.append(spinner_);
     sendButton_.set_name("send");
+    A11y::setName(sendButton_, "Send");
     sendButton_.set_child(sendContent_);
     sendButton_.add_css_class("suggested-action");
     sendButton_.add_css_class("large");

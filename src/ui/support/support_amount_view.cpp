@@ -1,5 +1,6 @@
 #include "ui/support/support_amount_view.h"
 
+#include "ui/common/a11y.h"
 #include "ui/support/support_amount.h"
 #include "ui/support/support_style.h"
 
@@ -50,6 +51,7 @@ SupportAmountView::SupportAmountView(std::function<void(double)> onSend)
     amountField_.set_has_frame(false);
     amountField_.set_hexpand(true);
     amountField_.set_placeholder_text("Amount");
+    A11y::setName(amountField_, "Amount in rupees");
     amountField_.signal_changed().connect([this] {
         amountText_ = amountField_.get_text();
         refresh();

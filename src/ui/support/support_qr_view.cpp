@@ -1,6 +1,7 @@
 #include "ui/support/support_qr_view.h"
 
 #include "async/loop.h"
+#include "ui/common/a11y.h"
 #include "ui/support/qr_code.h"
 #include "ui/support/qr_picture.h"
 #include "ui/support/support_amount.h"
@@ -53,6 +54,7 @@ SupportQRView::SupportQRView(double amount)
     copyButton_.set_child(copyContent_);
     copyButton_.add_css_class("plain");
     copyButton_.set_tooltip_text("Copy UPI ID");
+    A11y::setName(copyButton_, "Copy UPI ID");
     copyButton_.set_halign(Gtk::Align::CENTER);
     copyButton_.signal_clicked().connect([this] { copyAddress(); });
     append(copyButton_);

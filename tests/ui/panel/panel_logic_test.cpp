@@ -1,7 +1,9 @@
-// The panel's rules without a display: spring motion and where the window goes. The screens, the
+// The panel's rules without a display: spring motion, where the window goes and what the history
+// chart says to a screen reader. The screens, the
 // service choice, the pictures and the theme preview are tested through the widgets that use them.
 
 #include "ui/panel/panel_placement.h"
+#include "ui/panel/panel_rules.h"
 #include "ui/panel/spring.h"
 
 #include <gtest/gtest.h>
@@ -67,4 +69,32 @@ TEST(PanelPlacement, UnderTheClickInsideTheWorkArea) {
 
     const ScreenRect second{1280, 0, 1920, 1080}; // a second monitor to the right
     EXPECT_EQ(placePanel({1290, 5}, 300, 400, second), (ScreenPoint{1280, 9}));
+}
+
+TEST(ChartSummary, SaysTheRangeTheLatestAndTheResets) {
+    using namespace std::chrono_literals;
+    const TimePoint t0{};
+    // Readings as (percent used, reset time in hours from t0); one every six hours.
+    const auto readings = [&](std::vector<std::pair<double, int>> used) {
+        std::vector<UsageReading> out;
+        for (std::size_t i = 0; i < used.size(); ++i)
+            out.push_back({ProviderID::claude, "session", "Session", used[i].first,
+                           t0 + std::chrono::hours(used[i].second), t0 + std::chrono::hours(6 * i)});
+        return out;
+    };
+    const struct {
+        std::vector<UsageReading> readings;
+        std::string said;
+    } rows[] = {
+        {{}, "Past 7 days: no readings"},
+        {readings({{40, 5}, {40, 5}}), "Past 7 days: 60% left throughout"},
+        // The lowest is not the last; the range is what is left, not what is used.
+        {readings({{10, 5}, {88, 5}, {71, 5}}), "Past 7 days: between 12% and 90% left, now 29% left"},
+        // Usage falling back as the reset time moves on is a reset.
+        {readings({{80, 5}, {5, 10}, {60, 10}, {2, 30}}),
+         "Past 7 days: between 20% and 98% left, now 98% left, reset 2 times"},
+        {readings({{80, 5}, {5, 10}}), "Past 7 days: between 20% and 95% left, now 95% left, reset once"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(chartSummary(row.readings), row.said);
 }

@@ -305,7 +305,16 @@ TEST_F(SettingsViewTest, AccountControlsFollowTheLogin) {
     EXPECT_FALSE(account.is_sensitive()) << "not while the service is off";
     flip("track-cursor");
 
+    // Log out asks first: Cancel keeps the login, the answer removes it.
     press(button("log-out-cursor"));
+    EXPECT_TRUE(shown(row("ask-log-out-cursor")));
+    press(button("cancel-log-out-cursor"));
+    EXPECT_FALSE(shown(row("ask-log-out-cursor")));
+    drain();
+    EXPECT_EQ(m->provider(cursor).web_.logOuts, 0);
+    press(button("log-out-cursor"));
+    press(button("confirm-log-out-cursor"));
+    drain();
     EXPECT_EQ(m->provider(cursor).web_.logOuts, 1);
     EXPECT_TRUE(shown(logIn));
     EXPECT_FALSE(shown(account));

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <gtkmm/box.h>
 #include <gtkmm/separator.h>
 #include <gtkmm/spinner.h>
 
@@ -189,8 +190,20 @@ TEST_F(ProviderPanelTest, ShowsForecastAndChartOnceTheHistorySaysSomething) {
     EXPECT_LT(chart.readingAt(chart.get_width() * 4.5 / 7).value().at, m.clock.now() - 24h) << "2.5 days ago";
     EXPECT_FALSE(chart.readingAt(0));
 
+    // Clearing asks first; until the answer the history stays.
     ClearHistoryButton clear(*m.model);
+    Gtk::Box row(Gtk::Orientation::VERTICAL);
+    row.append(clear);
+    row.append(clear.question());
+    Host asking(row);
+    settle();
     press(clear);
+    EXPECT_TRUE(clear.question().asking());
+    press(named<Gtk::Button>(row, "cancel-clear-history"));
+    settle();
+    EXPECT_TRUE(shown(chart));
+    press(clear);
+    press(named<Gtk::Button>(row, "confirm-clear-history"));
     settle();
     EXPECT_FALSE(shown(chart));
     EXPECT_FALSE(shown(named<Gtk::Label>(*panel, "pace")));
