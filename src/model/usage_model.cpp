@@ -144,6 +144,12 @@ Task<void> UsageModel::performRefresh(ProviderID id) {
     UsageProvider* p = provider(id);
     if (!p) co_return;
     const std::string name(displayName(id));
+    if (login_.isShowing(id)) {
+        // The user has the site open in the login window (to log in, or to pass a bot check): the
+        // page is theirs. Closing the window refreshes; until then the state stays as it is.
+        log(name + " not refreshed: its login window is open");
+        co_return;
+    }
     ProviderState working = state(id);
     const std::optional<UsageLimit> previousMain = working.snapshot ? working.snapshot->main : std::nullopt;
     const std::vector<UsageLimit> previousOthers =
