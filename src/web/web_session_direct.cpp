@@ -89,7 +89,8 @@ Task<HttpResult> WebSession::getViaCookies(std::string url, Headers headers) {
         const char* location = soup_message_headers_get_one(answered, "Location");
         if (isRedirect(status) && location) {
             UriPtr next(g_uri_parse_relative(target.get(), location, G_URI_FLAGS_ENCODED, nullptr));
-            if (!next || !g_uri_get_host(next.get())) throw WebError("The answer redirected to an invalid address");
+            if (!next || !g_uri_get_host(next.get()))
+                throw WebError("The answer redirected to an invalid address");
             if (!sameHost(g_uri_get_host(next.get()), host_)) {
                 const std::string elsewhere = g_uri_get_host(next.get());
                 log("Direct request redirected to " + elsewhere + "; not followed");
