@@ -106,8 +106,8 @@ TEST_F(FaultMatrix, ARedirectToAnotherHostIsNotTheAnswerAndGetsNoCookie) {
     });
     expectFault(FakeAnswer::redirect(stranger.origin() + "/usage"),
                 "Direct: Redirected to another host: 127.0.0.9");
-    for (const fake::FakeRequest& r : stranger.requests())
-        EXPECT_EQ(r.header("cookie"), "") << r.path;
+    for (const fake::FakeRequest& r : stranger.requests()) // (the cookie itself is never printed)
+        EXPECT_TRUE(r.header("cookie").empty()) << "a cookie reached " << r.path;
 }
 
 // Claude's web process stopped for a while (a debugger, a frozen session): the other services go on
