@@ -15,6 +15,9 @@ class LoginHost {
     virtual void show(ProviderID id, UsageProvider& provider) = 0;
     // The providers are going (the model is being destroyed): stop using what they own.
     virtual void release() {}
+    // Whether the login page of `id` is on screen now. Its page then belongs to the user: a refresh
+    // waits for the window to close rather than read the open window as a log-out.
+    virtual bool isShowing(ProviderID) const { return false; }
     std::function<void(ProviderID)> onClose;
 };
 

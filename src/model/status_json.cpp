@@ -19,7 +19,8 @@ std::optional<PaceForecast> forecastOf(const UsageHistory* history, ProviderID i
     return history ? history->forecast(id) : std::nullopt;
 }
 
-nlohmann::ordered_json serviceJson(const UsageModel& model, const UsageHistory* history, ProviderID id) {
+nlohmann::ordered_json serviceJson(const UsageModel& model, const UsageHistory* history, ProviderID id,
+                                   TimePoint now) {
     const ProviderState s = model.state(id);
     nlohmann::ordered_json j;
     j["id"] = std::string(rawValue(id));
@@ -31,8 +32,10 @@ nlohmann::ordered_json serviceJson(const UsageModel& model, const UsageHistory* 
     const std::optional<PaceForecast> f = forecastOf(history, id);
     j["runsOutAt"] = timeOrNull(f && f->runsOutFirst() ? std::optional(f->runsOutAt) : std::nullopt);
     j["needsLogin"] = s.needsLogin;
-    j["stale"] = s.lastError.has_value() && s.snapshot.has_value();
-    j["status"] = s.status;
+    // Numbers on show that are not current: the last refresh failed, or none has succeeded for a while.
+    j["stale"] =
+        s.snapshot.has_value() && !s.needsLogin && (s.lastError.has_value() || model.isStale(id, now));
+    j["status"] = model.statusAt(id, now);
     nlohmann::ordered_json others = nlohmann::ordered_json::array();
     if (s.snapshot)
         for (const UsageLimit& o : s.snapshot->others)
@@ -72,7 +75,7 @@ std::string levelName(UsageLevel level) {
 std::string statusJson(const UsageModel& model, const UsageHistory* history, TimePoint now) {
     nlohmann::ordered_json services = nlohmann::ordered_json::array();
     for (ProviderID id : model.activeProviders())
-        services.push_back(serviceJson(model, history, id));
+        services.push_back(serviceJson(model, history, id, now));
     return nlohmann::ordered_json{{"services", std::move(services)}, {"updatedAt", isoTime(now)}}.dump();
 }
 

@@ -12,16 +12,18 @@ using namespace std::chrono_literals;
 namespace {
 
 // The loops run for the model's life; its task group ends them with it.
-Task<void> pollLoop(UsageModel* model, Clock* clock) {
+Task<void> pollLoop(UsageModel* model, Clock* clock, std::chrono::milliseconds interval) {
     for (;;) {
-        co_await model->refreshDue();
-        co_await clock->sleep(60s);
+        // Each pass on its own: a service still hanging from an earlier one holds up neither the
+        // next pass nor the other services.
+        model->runOwned(model->refreshDue());
+        co_await clock->sleep(interval);
     }
 }
 
-Task<void> tickLoop(UsageModel* model, Clock* clock) {
+Task<void> tickLoop(UsageModel* model, Clock* clock, std::chrono::milliseconds interval) {
     for (;;) {
-        co_await clock->sleep(30s);
+        co_await clock->sleep(interval);
         co_await model->tick();
     }
 }
@@ -50,7 +52,8 @@ class InFlightTurn {
 
 Task<void> logOutThenShowLogin(UsageModel& model, ProviderID id) {
     co_await model.logOut(id);
-    model.showLogin(id);
+    // A log-out that failed leaves the old login in place, and the login page would just show it.
+    if (model.state(id).needsLogin) model.showLogin(id);
 }
 
 } // namespace
@@ -74,8 +77,8 @@ UsageModel::~UsageModel() {
 
 void UsageModel::start() {
     updateTrayAppearance();
-    tasks_.spawn(pollLoop(this, &clock_));
-    tasks_.spawn(tickLoop(this, &clock_));
+    tasks_.spawn(pollLoop(this, &clock_, timing_.poll));
+    tasks_.spawn(tickLoop(this, &clock_, timing_.tick));
 }
 
 ProviderState UsageModel::state(ProviderID id) const {
@@ -86,6 +89,23 @@ ProviderState UsageModel::state(ProviderID id) const {
 bool UsageModel::isLoggedIn(ProviderID id) const {
     const ProviderState s = state(id);
     return !s.needsLogin && s.snapshot.has_value();
+}
+
+bool UsageModel::isStale(ProviderID id, TimePoint now) const {
+    const ProviderState s = state(id);
+    return s.snapshot && !s.needsLogin && s.lastUpdated && now - *s.lastUpdated > 2 * timing_.poll;
+}
+
+bool UsageModel::isNotResponding(ProviderID id, TimePoint now) const {
+    const ProviderState s = state(id);
+    return isStale(id, now) && !(s.retryAt && now < *s.retryAt);
+}
+
+std::string UsageModel::statusAt(ProviderID id, TimePoint now) const {
+    const ProviderState s = state(id);
+    if (isNotResponding(id, now) && s.status.starts_with("Updated "))
+        return "Not responding · showing numbers from " + shortTime(*s.lastUpdated);
+    return s.status;
 }
 
 UsageProvider* UsageModel::provider(ProviderID id) const {
@@ -115,8 +135,19 @@ std::vector<ProviderID> UsageModel::tabProviders() const {
 }
 
 Task<void> UsageModel::refreshAll() {
-    for (ProviderID id : activeProviders())
-        co_await refresh(id);
+    co_await refreshEach(activeProviders());
+}
+
+Task<void> UsageModel::refreshEach(std::vector<ProviderID> ids) {
+    // Each service's refresh runs on its own: one whose engine hangs until its bounds end holds up
+    // nobody else. Started in service order; the pass ends when all of them have.
+    std::vector<std::shared_ptr<AsyncEvent>> running;
+    for (ProviderID id : ids) {
+        tasks_.spawn(refresh(id));
+        if (auto it = inFlight_.find(id); it != inFlight_.end()) running.push_back(it->second);
+    }
+    for (const auto& done : running)
+        co_await done->wait();
 }
 
 bool UsageModel::resting(ProviderID id) const {
@@ -125,8 +156,10 @@ bool UsageModel::resting(ProviderID id) const {
 }
 
 Task<void> UsageModel::refreshDue() {
+    std::vector<ProviderID> due;
     for (ProviderID id : activeProviders())
-        if (!resting(id)) co_await refresh(id);
+        if (!resting(id)) due.push_back(id);
+    co_await refreshEach(std::move(due));
 }
 
 Task<void> UsageModel::refresh(ProviderID id) {
@@ -144,6 +177,12 @@ Task<void> UsageModel::performRefresh(ProviderID id) {
     UsageProvider* p = provider(id);
     if (!p) co_return;
     const std::string name(displayName(id));
+    if (login_.isShowing(id)) {
+        // The user has the site open in the login window (to log in, or to pass a bot check): the
+        // page is theirs. Closing the window refreshes; until then the state stays as it is.
+        log(name + " not refreshed: its login window is open");
+        co_return;
+    }
     ProviderState working = state(id);
     const std::optional<UsageLimit> previousMain = working.snapshot ? working.snapshot->main : std::nullopt;
     const std::vector<UsageLimit> previousOthers =
@@ -202,6 +241,11 @@ Task<void> UsageModel::tick() {
     changed.emit();
     for (ProviderID id : activeProviders()) {
         ProviderState s = state(id);
+        if (std::string status = statusAt(id, now_); status != s.status) {
+            // Numbers this old are no longer "Updated" at the time they were fetched.
+            s.status = std::move(status);
+            store(id, s);
+        }
         if (s.retryAt) {
             // The countdown of a rate limit moves on with the clock.
             if (now_ < *s.retryAt) {
@@ -229,9 +273,22 @@ Task<void> UsageModel::logOut(ProviderID id) {
     UsageProvider* p = provider(id);
     if (!p) co_return;
     ++generations_[id]; // whatever refresh is under way now reports on the login being removed
-    co_await p->web().logOut();
+    std::string failure;
+    try {
+        co_await p->web().logOut();
+    } catch (const std::exception& e) {
+        failure = e.what();
+    }
     // And so does one that started while the site's data was being removed.
     ++generations_[id];
+    if (!failure.empty()) {
+        // The login may well still be stored: say so, and keep what is known until a refresh tells.
+        log(std::string(displayName(id)) + " log-out failed: " + failure);
+        ProviderState s = state(id);
+        s.status = "Log-out failed: " + failure + ".";
+        store(id, std::move(s));
+        co_return;
+    }
     p->reset();
     ProviderState s = state(id);
     s.snapshot.reset();

@@ -45,11 +45,26 @@ class UsageModel {
     UsageModel& operator=(const UsageModel&) = delete;
     ~UsageModel();
 
+    // How often the poll runs and the tick comes. Set before start(); tests shorten them.
+    struct Timing {
+        std::chrono::milliseconds poll{60000};
+        std::chrono::milliseconds tick{30000};
+    };
+    void setTiming(Timing timing) { timing_ = timing; }
+    std::chrono::milliseconds pollInterval() const { return timing_.poll; }
+
     // Starts the poll and the tick. Separate from construction so observers can connect first.
     void start();
 
     ProviderState state(ProviderID id) const;
     bool isLoggedIn(ProviderID id) const;
+    // The numbers held for `id` are older than two poll intervals at `now`: whatever the last status
+    // said, they are not fresh (a rate-limited service waiting for its time counts too).
+    bool isStale(ProviderID id, TimePoint now) const;
+    // The service has not answered for that long and is not waiting out a rate limit.
+    bool isNotResponding(ProviderID id, TimePoint now) const;
+    // The status as it reads at `now`: one that said "Updated …" says so no longer once stale.
+    std::string statusAt(ProviderID id, TimePoint now) const;
     bool hasProvider(ProviderID id) const { return providers_.contains(id); }
     std::vector<ProviderID> availableProviders() const;
     std::vector<ProviderID> activeProviders() const;
@@ -61,7 +76,8 @@ class UsageModel {
     AppSettings& settings() { return settings_; }
     UsageProvider* provider(ProviderID id) const;
 
-    // Tries every active service now, as the user's "Refresh" asks.
+    // Tries every active service now, as the user's "Refresh" asks. The services' refreshes run
+    // side by side.
     Task<void> refreshAll();
     // The poll's pass: like refreshAll, but a rate-limited service is left alone until its time.
     Task<void> refreshDue();
@@ -95,6 +111,7 @@ class UsageModel {
     sigc::signal<void()> changed;
 
   private:
+    Task<void> refreshEach(std::vector<ProviderID> ids);
     Task<void> performRefresh(ProviderID id);
     bool resting(ProviderID id) const;
     void store(ProviderID id, ProviderState s);
@@ -107,6 +124,7 @@ class UsageModel {
     std::map<ProviderID, ProviderState> states_;
     std::map<ProviderID, std::shared_ptr<AsyncEvent>> inFlight_;
     TimePoint now_;
+    Timing timing_;
     bool isDarkTray_ = true;
     std::function<std::optional<bool>()> appearance_;
     // Bumped by a log-out: a refresh that started under an older login drops its answer.

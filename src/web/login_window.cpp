@@ -115,6 +115,10 @@ void LoginWindow::release() {
     if (window_) gtk_widget_set_visible(GTK_WIDGET(window_), FALSE);
 }
 
+bool LoginWindow::isShowing(ProviderID id) const {
+    return window_ && current_ == id && gtk_widget_get_visible(GTK_WIDGET(window_));
+}
+
 void LoginWindow::show(ProviderID id, UsageProvider& provider) {
     auto* session = dynamic_cast<WebSession*>(&provider.web());
     if (!session) {

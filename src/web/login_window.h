@@ -30,6 +30,7 @@ class LoginWindow final : public LoginHost {
 
     void show(ProviderID id, UsageProvider& provider) override;
     void release() override;
+    bool isShowing(ProviderID id) const override;
     // Shows `session`'s view on `url` for service `id`; `sessionCookie` names the cookie whose
     // arrival means the user has logged in (empty: the window waits to be closed by hand).
     void show(ProviderID id, WebSession& session, const std::string& url, std::string sessionCookie = {});

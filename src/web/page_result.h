@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
-// What the page-fetch script hands back: a JSON object {code, body, retryAfter?, mitigated?}, or
+// What the page-fetch script hands back: a JSON object {code, body, url?, retryAfter?, mitigated?}, or
 // code -1 with the reason when the page's own request failed. Kept apart from the web view so that
 // it can be fed anything a page might return.
 
@@ -11,6 +11,7 @@
 namespace ostrel {
 
 // Throws WebError for anything that is not a well-formed result, or for the page's own failure.
-HttpResult readPageResult(std::string_view text);
+// With `host` given, an answer that came from another host (its "url") is refused too.
+HttpResult readPageResult(std::string_view text, std::string_view host = {});
 
 } // namespace ostrel

@@ -7,6 +7,7 @@
 #include "providers/guarded_get.h"
 #include "web/domain_match.h"
 #include "web/page_result.h"
+#include "web/url_rules.h"
 
 extern "C" GResource* ostrel_get_resource(void);
 
@@ -14,43 +15,21 @@ namespace ostrel {
 
 using namespace std::chrono_literals;
 
-namespace {
-
-// Bounds of the cookie store and the website-data store, which answer from local storage.
-constexpr auto cookieStoreTimeout = 15s;
-constexpr auto dataStoreTimeout = 30s;
-
-std::string hostOf(const char* uri) {
-    if (!uri) return {};
-    GUri* parsed = g_uri_parse(uri, G_URI_FLAGS_NONE, nullptr);
-    if (!parsed) return {};
-    std::string host = g_uri_get_host(parsed) ? g_uri_get_host(parsed) : "";
-    g_uri_unref(parsed);
-    return host;
-}
-
-// "scheme://host[:port]" of a URL, or the URL itself when it cannot be read.
-std::string originOf(const std::string& url) {
-    GUri* parsed = g_uri_parse(url.c_str(), G_URI_FLAGS_NONE, nullptr);
-    if (!parsed) return url;
-    const int port = g_uri_get_port(parsed);
-    std::string origin = std::string(g_uri_get_scheme(parsed)) + "://" +
-                         (g_uri_get_host(parsed) ? g_uri_get_host(parsed) : "") +
-                         (port > 0 ? ":" + std::to_string(port) : "");
-    g_uri_unref(parsed);
-    return origin;
-}
-
-} // namespace
-
 WebSession::WebSession(WebContext& context, std::string host, std::string homeURL,
                        std::vector<std::string> loginDomains)
     : context_(context), host_(std::move(host)), homeURL_(std::move(homeURL)),
       restURL_(originOf(homeURL_) + "/robots.txt"),
       loginDomains_(loginDomains.empty() ? std::vector<std::string>{host_} : std::move(loginDomains)) {
+    makeView(true);
+    load(restURL_);
+}
+
+WebSession::~WebSession() = default;
+
+void WebSession::makeView(bool shareProcess) {
     // Views related to the first one share its web process where the engine allows: one process
     // for the three hidden pages instead of one each.
-    GObjectPtr<WebKitWebView> related = context_.firstView();
+    GObjectPtr<WebKitWebView> related = shareProcess ? context_.firstView() : GObjectPtr<WebKitWebView>();
     auto* widget = related
                        ? g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", related.get(), nullptr)
                        : g_object_new(WEBKIT_TYPE_WEB_VIEW, "network-session", context_.network(), nullptr);
@@ -69,10 +48,30 @@ WebSession::WebSession(WebContext& context, std::string host, std::string homeUR
     terminated_ = SignalConnection(view_.get(),
                                    g_signal_connect(view_.get(), "web-process-terminated",
                                                     G_CALLBACK(&WebSession::onWebProcessTerminated), this));
-    load(restURL_);
 }
 
-WebSession::~WebSession() = default;
+void WebSession::replaceView() {
+    if (shownInVisibleWindow()) {
+        // The user has the view in front of them (the login window opened meanwhile): keep it, and
+        // let the engine start a new process for it at its next load.
+        log("The web page stopped answering; its process is ended");
+        webkit_web_view_terminate_web_process(view_.get());
+        pageLost_ = true;
+        return;
+    }
+    log("The web page stopped answering; its process is ended and a fresh page made");
+    const GObjectPtr<WebKitWebView> stuck = std::move(view_);
+    loadChanged_.disconnect();
+    terminated_.disconnect();
+    loadWatchdog_.remove();
+    loadRequested_ = false;
+    pageLost_ = false;
+    // A stopped process answers no request to end itself; the engine kills it outright. The stuck
+    // view may still sit in the hidden login window, which swaps it for the fresh one when shown.
+    webkit_web_view_terminate_web_process(stuck.get());
+    makeView(false); // a process of its own: the first view's may be the one just ended
+    load(restURL_);
+}
 
 void WebSession::onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason reason,
                                         gpointer data) {
@@ -137,8 +136,9 @@ bool WebSession::shownInVisibleWindow() const {
 
 Task<HttpResult> WebSession::get(std::string url, Headers headers) {
     if (shownInVisibleWindow()) {
+        // The page is the user's now; an open login window says nothing about the login itself.
         log("Skipping GET " + url + ": login window is open");
-        throw ProviderError::needsLogin();
+        throw WebError("The login window is open");
     }
     log("GET " + url);
     co_await waitForPage();
@@ -168,7 +168,8 @@ Task<HttpResult> WebSession::get(std::string url, Headers headers) {
 }
 
 bool WebSession::landedOnSite() const {
-    return !isLoading() && domainMatches(hostOf(webkit_web_view_get_uri(view_.get())), host_);
+    const char* uri = webkit_web_view_get_uri(view_.get());
+    return !isLoading() && domainMatches(hostOf(uri ? uri : ""), host_);
 }
 
 Task<void> WebSession::waitForPage() {
@@ -206,7 +207,15 @@ Task<HttpResult> WebSession::getViaPage(std::string url, Headers headers) {
                                                            static_cast<gssize>(script.size()), arguments,
                                                            nullptr, nullptr, c, cb, ud);
         },
-        limits_.pageFetchAbort + 5s);
+        limits_.pageFetchAbort + limits_.pageUnresponsive);
+    if (out.abandoned) {
+        // The script would have ended its own request long ago: the web process is stuck (stopped,
+        // or spinning). Waiting on it would hold every later request of this service too.
+        const char* now = webkit_web_view_get_uri(view);
+        const std::string where = now ? now : "none";
+        replaceView();
+        throw WebError("The page did not answer in time (page: " + where + ")");
+    }
     GErrorOut err;
     GObjectPtr<JSCValue> value =
         adopt(webkit_web_view_call_async_javascript_function_finish(view, out.result.get(), err.out()));
@@ -217,147 +226,7 @@ Task<HttpResult> WebSession::getViaPage(std::string url, Headers headers) {
     }
     if (!jsc_value_is_string(value.get())) throw WebError("Unexpected result from page");
     GCharPtr text(jsc_value_to_string(value.get()));
-    co_return readPageResult(text.get());
-}
-
-Task<std::vector<WebSession::CookiePtr>> WebSession::allCookies() {
-    WebKitCookieManager* manager = context_.cookies();
-    auto listed =
-        co_await boundedCall(context_.storeCall([&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
-            webkit_cookie_manager_get_all_cookies(manager, c, cb, ud);
-        }),
-                             cookieStoreTimeout);
-    GErrorOut err;
-    GList* list = webkit_cookie_manager_get_all_cookies_finish(manager, listed.result.get(), err.out());
-    // An empty store answers an empty list without an error; a failed or slow read is not "no login".
-    if (!list && err) throw WebError("Could not read the cookie store");
-    std::vector<CookiePtr> out;
-    for (GList* l = list; l; l = l->next)
-        out.emplace_back(static_cast<SoupCookie*>(l->data));
-    g_list_free(list);
-    co_return out;
-}
-
-Task<bool> WebSession::hasCookie(std::string name) {
-    for (const auto& c : co_await allCookies())
-        if (name == soup_cookie_get_name(c.get()) && domainMatches(soup_cookie_get_domain(c.get()), host_))
-            co_return true;
-    co_return false;
-}
-
-Task<HttpResult> WebSession::getViaCookies(std::string url, Headers headers) {
-    GUri* parsed = g_uri_parse(url.c_str(), G_URI_FLAGS_ENCODED, nullptr);
-    if (!parsed || !g_uri_get_host(parsed)) {
-        if (parsed) g_uri_unref(parsed);
-        throw WebError("Invalid URL");
-    }
-    GObjectPtr<SoupMessage> msg = adopt(soup_message_new_from_uri("GET", parsed));
-    g_uri_unref(parsed);
-    if (!msg) throw WebError("Invalid URL");
-
-    GSList* kept = nullptr;
-    auto cookies = co_await allCookies();
-    for (const auto& c : cookies)
-        if (domainMatches(soup_cookie_get_domain(c.get()), host_)) kept = g_slist_append(kept, c.get());
-    if (!kept) throw WebError("No " + host_ + " login found");
-    GCharPtr cookieHeader(soup_cookies_to_cookie_header(kept));
-    g_slist_free(kept); // the cookies themselves belong to `cookies`
-
-    SoupMessageHeaders* h = soup_message_get_request_headers(msg.get());
-    soup_message_headers_replace(h, "Cookie", cookieHeader.get());
-    soup_message_headers_replace(h, "User-Agent", userAgent);
-    soup_message_headers_replace(h, "Accept", "application/json");
-    soup_message_headers_replace(h, "Referer", homeURL_.c_str());
-    for (const auto& [name, value] : headers)
-        soup_message_headers_replace(h, name.c_str(), value.c_str());
-
-    SoupSession* http = context_.http();
-    auto out = co_await boundedCall(
-        [&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
-            soup_session_send_and_read_async(http, msg.get(), G_PRIORITY_DEFAULT, c, cb, ud);
-        },
-        limits_.directTimeout);
-    GErrorOut err;
-    GBytesPtr body(soup_session_send_and_read_finish(http, out.result.get(), err.out()));
-    if (!body) throw WebError(out.timedOut ? "The request timed out" : err.message());
-    co_await storeAnsweredCookies(msg.get());
-    gsize size = 0;
-    const auto* data = static_cast<const char*>(g_bytes_get_data(body.get(), &size));
-    HttpResult r;
-    r.code = static_cast<int>(soup_message_get_status(msg.get()));
-    r.body.assign(data ? data : "", size);
-    SoupMessageHeaders* answered = soup_message_get_response_headers(msg.get());
-    if (const char* after = soup_message_headers_get_one(answered, "Retry-After"))
-        r.retryAfter = parseRetryAfter(after);
-    if (const char* mitigated = soup_message_headers_get_one(answered, "cf-mitigated"))
-        r.challenge = std::string_view(mitigated) == "challenge";
-    co_return r;
-}
-
-Task<void> WebSession::storeAnsweredCookies(SoupMessage* msg) {
-    // A service may rotate its session cookie in any answer; keep the new one for the page too, and
-    // wait until the store has it, so the next request from the page does not carry the old one.
-    GSList* answered = soup_cookies_from_response(msg);
-    std::vector<CookiePtr> cookies;
-    for (GSList* l = answered; l; l = l->next)
-        cookies.emplace_back(static_cast<SoupCookie*>(l->data));
-    g_slist_free(answered);
-    WebKitCookieManager* manager = context_.cookies();
-    for (const CookiePtr& cookie : cookies) {
-        auto added = co_await boundedCall(
-            context_.storeCall([&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
-                webkit_cookie_manager_add_cookie(manager, cookie.get(), c, cb, ud);
-            }),
-            cookieStoreTimeout);
-        if (added.result) webkit_cookie_manager_add_cookie_finish(manager, added.result.get(), nullptr);
-    }
-}
-
-Task<void> WebSession::logOut() {
-    WebKitWebsiteDataManager* manager = context_.dataManager();
-    auto fetched =
-        co_await boundedCall(context_.storeCall([&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
-            webkit_website_data_manager_fetch(manager, WEBKIT_WEBSITE_DATA_ALL, c, cb, ud);
-        }),
-                             dataStoreTimeout);
-    GList* records = webkit_website_data_manager_fetch_finish(manager, fetched.result.get(), nullptr);
-
-    GList* kept = nullptr;
-    std::size_t count = 0;
-    for (GList* l = records; l; l = l->next) {
-        auto* record = static_cast<WebKitWebsiteData*>(l->data);
-        const std::string_view name = webkit_website_data_get_name(record);
-        for (const auto& domain : loginDomains_) {
-            if (domainMatches(name, domain)) {
-                kept = g_list_append(kept, record);
-                ++count;
-                break;
-            }
-        }
-    }
-    if (kept) {
-        auto removed = co_await boundedCall(
-            context_.storeCall([&](GCancellable* c, GAsyncReadyCallback cb, gpointer ud) {
-                webkit_website_data_manager_remove(manager, WEBKIT_WEBSITE_DATA_ALL, kept, c, cb, ud);
-            }),
-            dataStoreTimeout);
-        webkit_website_data_manager_remove_finish(manager, removed.result.get(), nullptr);
-    }
-    g_list_free(kept);
-    g_list_free_full(records, reinterpret_cast<GDestroyNotify>(webkit_website_data_unref));
-    log("Logged out (" + std::to_string(count) + " data records removed)");
-    load(restURL_);
-}
-
-Task<std::optional<TimePoint>> WebSession::cookieExpiry(std::string name) {
-    for (const auto& c : co_await allCookies()) {
-        if (name != soup_cookie_get_name(c.get()) || !domainMatches(soup_cookie_get_domain(c.get()), host_))
-            continue;
-        GDateTime* expires = soup_cookie_get_expires(c.get()); // owned by the cookie
-        if (!expires) co_return std::nullopt;                  // a session-only cookie
-        co_return TimePoint(std::chrono::seconds(g_date_time_to_unix(expires)));
-    }
-    co_return std::nullopt;
+    co_return readPageResult(text.get(), host_);
 }
 
 Task<void> WebSession::visitSite() {

@@ -52,13 +52,18 @@ class WebSession final : public WebClient {
     // Logs "[Ostrel][host] message".
     void log(const std::string& message) const;
 
-    // Bounds, shortened by tests that exercise them.
+    // Bounds, shortened by tests that exercise them. The page's script aborts its own request at
+    // `pageFetchAbort`; a web process that has not answered `pageUnresponsive` after that is stuck,
+    // and is ended.
     struct Limits {
         std::chrono::milliseconds pagePoll{200};
         int pagePolls = 75;
         std::chrono::milliseconds pageFetchAbort{15000};
+        std::chrono::milliseconds pageUnresponsive{5000};
         std::chrono::milliseconds directTimeout{15000};
         std::chrono::milliseconds pageLoadTimeout{60000};
+        std::chrono::milliseconds cookieStoreTimeout{15000};
+        std::chrono::milliseconds dataStoreTimeout{30000};
     };
     void setLimits(Limits limits) { limits_ = limits; }
 
@@ -67,6 +72,9 @@ class WebSession final : public WebClient {
     Task<HttpResult> getViaCookies(std::string url, Headers headers);
 
   private:
+    void makeView(bool shareProcess);
+    // Ends the web process behind a view that stopped answering and puts a fresh view in its place.
+    void replaceView();
     bool shownInVisibleWindow() const;
     bool isLoading() const;
     Task<void> waitForPage();
@@ -74,7 +82,10 @@ class WebSession final : public WebClient {
         void operator()(SoupCookie* c) const { soup_cookie_free(c); }
     };
     using CookiePtr = std::unique_ptr<SoupCookie, CookieDeleter>;
+    // Every cookie in the store; throws WebError when the store cannot be read in time, or its
+    // network process ended while it read.
     Task<std::vector<CookiePtr>> allCookies();
+    Task<std::vector<CookiePtr>> readCookieStore();
     Task<void> storeAnsweredCookies(SoupMessage* msg);
     static void onLoadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer self);
     static void onWebProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason reason,

@@ -75,6 +75,28 @@ TEST(BoundedCall, GivesTheAnswerOrSaysTheBoundPassed) {
     close(fds[1]);
 }
 
+// A call that never answers, not even its cancellation (a stopped web process): the wait still ends
+// soon after its bound, and the answer that comes at last is dropped without touching the frame.
+TEST(BoundedCall, AbandonsACallThatNeverAnswersAndDropsItsLateAnswer) {
+    GAsyncReadyCallback callback = nullptr;
+    gpointer callbackData = nullptr;
+    auto silent = [](GAsyncReadyCallback* cb, gpointer* data) -> Task<GioOutcome> {
+        co_return co_await boundedCall(
+            [=](GCancellable*, GAsyncReadyCallback c, gpointer d) {
+                *cb = c;
+                *data = d;
+            },
+            50ms);
+    };
+    const GioOutcome out = runSync(silent(&callback, &callbackData), 5s);
+    EXPECT_TRUE(out.timedOut);
+    EXPECT_TRUE(out.abandoned);
+    EXPECT_FALSE(out.result);
+    ASSERT_TRUE(callback);
+    GObjectPtr<GTask> late = adopt(g_task_new(nullptr, nullptr, nullptr, nullptr));
+    callback(nullptr, G_ASYNC_RESULT(late.get()), callbackData); // the waiter and its frame are gone
+}
+
 TEST(Task, EventResumesAllWaitersInArrivalOrder) {
     AsyncEvent ev;
     std::vector<int> order;

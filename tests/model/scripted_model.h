@@ -29,8 +29,10 @@ class NullWeb final : public WebClient {
     Task<void> logOut() override {
         ++logOuts;
         if (logOutGate) co_await logOutGate->wait(); // lets a test hold the removal open
+        if (logOutFailure) throw WebError(*logOutFailure);
     }
     int logOuts = 0;
+    std::optional<std::string> logOutFailure; // the store's error, when the removal is to fail
     std::shared_ptr<AsyncEvent> logOutGate;
     std::optional<TimePoint> expiry; // of the login cookie
 };

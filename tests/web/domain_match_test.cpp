@@ -1,4 +1,5 @@
 #include "web/domain_match.h"
+#include "web/url_rules.h"
 
 #include <gtest/gtest.h>
 #include <string_view>
@@ -23,4 +24,32 @@ TEST(DomainMatch, TheHostItsDotFormAndRealSubDomainsOnly) {
     };
     for (const Case& c : cases)
         EXPECT_EQ(domainMatches(c.name, c.host), c.matches) << c.name << " for " << c.host;
+}
+
+// A Secure cookie goes over https only; loopback addresses, where the stand-in services answer over
+// plain http, count as secure, as in browsers. Look-alikes of loopback do not.
+TEST(UrlRules, SecureCookiesGoOverHttpsOrToLoopbackOnly) {
+    struct Case {
+        bool secure;
+        std::string_view scheme;
+        std::string_view host;
+        bool goes;
+    };
+    const Case cases[] = {
+        {true, "https", "claude.ai", true},
+        {true, "http", "claude.ai", false},
+        {false, "http", "claude.ai", true}, // a cookie that asked for no such care
+        {true, "HTTPS", "claude.ai", true},
+        {true, "http", "127.0.0.2", true},
+        {true, "http", "localhost", true},
+        {true, "http", "::1", true},
+        {true, "http", "127.0.0.2.evil.test", false},
+        {true, "http", "127.0.0", false},
+        {true, "http", "127.0.0.256", false},
+        {true, "http", "128.0.0.1", false},
+        {true, "http", "localhost.evil.test", false},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(ostrel::cookieMayGo(c.secure, c.scheme, c.host), c.goes)
+            << c.secure << " " << c.scheme << "://" << c.host;
 }

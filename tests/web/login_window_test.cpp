@@ -78,11 +78,19 @@ TEST_F(WebFixture, LogInThroughTheLoginWindow) {
     };
     EXPECT_TRUE(runLoopUntil(resting, 10s)) << "off the site's own pages again once the window is closed";
 
-    // Opened while logged in (to pass a bot check by hand, say), it waits to be closed.
+    // Opened while logged in (to pass a bot check by hand, say), it waits to be closed; a poll
+    // meanwhile leaves the page to the user and is no log-out: numbers and login stay, nothing is
+    // posted.
+    notifier.take();
+    const ProviderState before = model.state(ProviderID::claude);
     model.showLogin(ProviderID::claude);
     pump(800ms);
     EXPECT_TRUE(gtk_widget_get_visible(GTK_WIDGET(login.window())));
     EXPECT_FALSE(gtk_widget_get_visible(done));
+    runSync(model.refresh(ProviderID::claude), 30s);
+    EXPECT_TRUE(model.isLoggedIn(ProviderID::claude));
+    EXPECT_EQ(model.state(ProviderID::claude).status, before.status);
+    EXPECT_TRUE(notifier.take().empty());
     gtk_window_close(login.window());
     runSync(model.refresh(ProviderID::claude), 30s); // joins the refresh that closing started
 

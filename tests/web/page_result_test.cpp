@@ -32,4 +32,15 @@ TEST(PageResult, ReadsTheAnswerAndRefusesAnythingElse) {
                              R"({"code":1e300,"body":""})",       // no int holds it
                              R"({"code":4294967496,"body":""})"}) // would wrap to 200
         EXPECT_EQ(refusal(text), "Unexpected result from page") << text;
+
+    // An answer a redirect fetched from another host is that host's, not the service's.
+    EXPECT_EQ(
+        readPageResult(R"({"code":200,"body":"{}","url":"http://127.0.0.2:8080/api/x"})", "127.0.0.2").code,
+        200);
+    try {
+        readPageResult(R"({"code":200,"body":"{}","url":"http://127.0.0.9:8080/collect"})", "127.0.0.2");
+        ADD_FAILURE() << "another host's answer was read";
+    } catch (const WebError& e) {
+        EXPECT_STREQ(e.what(), "Redirected to another host: 127.0.0.9");
+    }
 }

@@ -1,4 +1,5 @@
 #include "base/usage.h"
+#include "engine_processes.h"
 #include "fake_chatgpt.h"
 #include "fake_claude.h"
 #include "providers/codex_provider.h"
@@ -131,6 +132,23 @@ TEST_F(WebSessionTest, ABrokenPageFallsBackToTheDirectRoute) {
     EXPECT_EQ(claude_.server().requestsTo("/settings/usage").back().cookie(FakeClaude::cookieName),
               claude_.issuedSessions().back());
 
+    // Redirects: one on the service's own host is followed; one to another host is not, and the
+    // session's cookies never reach it.
+    fake::FakeServer elsewhere("127.0.0.9");
+    elsewhere.route("GET", "/*",
+                    [](const fake::FakeRequest&) { return FakeAnswer::json(R"({"limits":[]})"); });
+    claude_.server().route("GET", "/moved",
+                           [&](const fake::FakeRequest&) { return FakeAnswer::redirect(usagePath); });
+    EXPECT_EQ(get(claude_.origin() + "/moved").code, 200);
+    claude_.setUsageAnswer(FakeAnswer::redirect(elsewhere.origin() + "/collect"));
+    const std::string away = failure(usageURL());
+    EXPECT_NE(away.find(" | Direct: Redirected to another host: 127.0.0.9"), std::string::npos) << away;
+    EXPECT_TRUE(logged("Direct request redirected to 127.0.0.9; not followed")) << log_.text();
+    EXPECT_NE(failure(elsewhere.origin() + "/collect").find("Direct: Not an address of 127.0.0.2"),
+              std::string::npos);
+    for (const fake::FakeRequest& r : elsewhere.requests()) // the page's own request may go there
+        EXPECT_TRUE(r.header("cookie").empty()) << "a cookie of 127.0.0.2 left its site";
+
     load("/broken");
     FakeAnswer hang;
     hang.hang = true;
@@ -177,4 +195,77 @@ TEST_F(WebFixture, CodexFetchesWithItsTokenFromThePageAndLogsOutOfItsDomainsOnly
     EXPECT_TRUE(runSync(other.hasCookie("WorkosCursorSessionToken"), 10s));
     waitForLoad(web.webView());
     EXPECT_EQ(std::string(webkit_web_view_get_uri(web.webView())), chatgpt.origin() + "/robots.txt");
+}
+
+// A web process that stops answering (stopped, as a debugger or a frozen desktop would) holds no
+// request past its bound: the page's call is given up, that process ended and a fresh page made,
+// and the next request is served from the page again.
+TEST_F(WebSessionTest, AStoppedWebProcessIsEndedAndItsPageMadeAfresh) {
+    makeSession("/settings/usage");
+    logIn();
+    claude_.site().setWall(fake::FakeSite::Wall::direct); // only the page gets through the wall
+    WebSession::Limits quick;
+    quick.pageFetchAbort = 1s;
+    quick.pageUnresponsive = 1s;
+    session_->setLimits(quick);
+    const auto stuck = GObjectPtr<WebKitWebView>::ref(session_->webView());
+    const std::set<pid_t> stopped = engineProcesses(EngineProcess::web);
+    ASSERT_FALSE(stopped.empty());
+    signalAll(stopped, SIGSTOP);
+    HttpResult walled;
+    try {
+        walled = get(usageURL());
+    } catch (const std::exception& e) {
+        signalAll(stopped, SIGCONT);
+        FAIL() << e.what();
+    }
+    signalAll(stopped, SIGCONT);
+    EXPECT_EQ(walled.code, 403) << "the direct route's answer, the wall";
+    EXPECT_TRUE(logged("Page fetch failed: The page did not answer in time")) << log_.text();
+    EXPECT_NE(session_->webView(), stuck.get()) << "a fresh page";
+    EXPECT_EQ(get(usageURL()).code, 200);
+    EXPECT_TRUE(logged("Page fetch → HTTP 200")) << log_.text();
+}
+
+// The cookie store when its network process hangs or dies: a read that gets no answer in time, or
+// an empty answer from a process that died while reading, is no "no cookie"; nor is a log-out whose
+// store does not answer a log-out done.
+TEST_F(WebSessionTest, AStoreThatFailsIsNeitherNoLoginNorALogOut) {
+    makeSession("/settings/usage");
+    logIn();
+    WebSession::Limits quick;
+    quick.cookieStoreTimeout = 500ms;
+    quick.dataStoreTimeout = 500ms;
+    session_->setLimits(quick);
+    std::set<pid_t> network = engineProcesses(EngineProcess::network);
+    ASSERT_FALSE(network.empty());
+    signalAll(network, SIGSTOP);
+    auto outcome = [&](Task<void> task) {
+        try {
+            runSync(std::move(task), 20s);
+        } catch (const std::exception& e) {
+            return std::string(e.what());
+        }
+        return std::string("done");
+    };
+    auto readCookie = [](WebSession* web, bool* found) -> Task<void> {
+        *found = co_await web->hasCookie(FakeClaude::cookieName);
+    };
+    bool found = false;
+    EXPECT_EQ(outcome(readCookie(session_.get(), &found)), "Could not read the cookie store");
+    EXPECT_EQ(outcome(session_->logOut()), "Could not read the stored site data");
+    EXPECT_FALSE(logged("Logged out")) << log_.text();
+
+    session_->setLimits({});
+    auto state = std::make_shared<detail::SyncState<bool>>();
+    detail::runInto<bool>(session_->hasCookie(FakeClaude::cookieName), state).detach();
+    pump(300ms); // the read is under way, in the stopped process
+    signalAll(network, SIGKILL);
+    ASSERT_TRUE(runLoopUntil([&] { return state->done; }, 30s));
+    ASSERT_TRUE(state->error) << "a read the process died in is not \"no cookie\"";
+    try {
+        std::rethrow_exception(state->error);
+    } catch (const WebError& e) {
+        EXPECT_STREQ(e.what(), "Could not read the cookie store");
+    }
 }

@@ -43,10 +43,14 @@ StaleBanner::StaleBanner(std::function<void()> retry, std::function<void()> open
 }
 
 void StaleBanner::update(std::optional<TimePoint> lastUpdated, const std::optional<std::string>& detail,
-                         const std::optional<std::string>& botCheckHost) {
+                         const std::optional<std::string>& botCheckHost, bool notResponding) {
     openSite_.set_visible(botCheckHost.has_value());
     if (botCheckHost) openSite_.set_label("Open " + *botCheckHost);
-    text_.set_text(lastUpdated ? "Couldn't update · showing " + shortTime(*lastUpdated) : "Couldn't update");
+    if (notResponding && lastUpdated)
+        text_.set_text("Not responding · showing numbers from " + shortTime(*lastUpdated));
+    else
+        text_.set_text(lastUpdated ? "Couldn't update · showing " + shortTime(*lastUpdated)
+                                   : "Couldn't update");
     if (detail && !detail->empty())
         set_tooltip_text(*detail);
     else

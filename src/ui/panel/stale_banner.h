@@ -1,7 +1,8 @@
 #pragma once
 // Warns that the numbers on screen come from an earlier successful refresh: when they were
 // fetched, what went wrong since (as the tooltip), and a "Retry" link; when a site's bot check
-// stopped us, an "Open <site>" link too, where a person can pass the check by hand.
+// stopped us, an "Open <site>" link too, where a person can pass the check by hand. A service that
+// has not answered for two poll intervals says so rather than show old numbers as current.
 
 #include "base/time.h"
 #include "ui/panel/symbol.h"
@@ -20,7 +21,7 @@ class StaleBanner : public Gtk::Box {
     StaleBanner(std::function<void()> retry, std::function<void()> openSite);
 
     void update(std::optional<TimePoint> lastUpdated, const std::optional<std::string>& detail,
-                const std::optional<std::string>& botCheckHost);
+                const std::optional<std::string>& botCheckHost, bool notResponding = false);
     std::string text() const { return text_.get_text(); }
 
   private:

@@ -64,8 +64,10 @@ void UsageView::update(const ProviderState& state) {
     const UsageSnapshot& snapshot = *state.snapshot;
     const UsageLimit& main = *snapshot.main;
 
-    banner_.set_visible(state.lastError.has_value());
-    if (state.lastError) banner_.update(state.lastUpdated, state.lastError, state.botCheckHost);
+    const bool notResponding = model_.isNotResponding(id_, model_.now());
+    banner_.set_visible(state.lastError.has_value() || model_.isStale(id_, model_.now()));
+    if (banner_.get_visible())
+        banner_.update(state.lastUpdated, state.lastError, state.botCheckHost, notResponding);
 
     gauge_.setTheme(model_.settings().theme());
     gauge_.setLevel(main.percentLeft() / 100);

@@ -153,6 +153,18 @@ TEST_F(ProviderPanelTest, AFailureAfterSuccessKeepsTheNumbersUnderAStaleBanner) 
     press(named<Gtk::Button>(*panel, "banner-retry"));
     EXPECT_FALSE(shown(banner)) << "the next success clears it";
     EXPECT_EQ(named<Gtk::Label>(*panel, "big-figure").get_text(), "55% left");
+
+    // No answer for two poll intervals (an engine that hangs): the numbers stay, and the banner says
+    // the service is not responding rather than let them pass for current.
+    const TimePoint current = *m.model->state(claude).lastUpdated;
+    m.provider(claude).gate = std::make_shared<AsyncEvent>();
+    m.model->runOwned(m.model->refresh(claude));
+    m.advance(2min + 1s);
+    EXPECT_TRUE(shown(banner));
+    EXPECT_EQ(banner.text(), "Not responding · showing numbers from " + shortTime(current));
+    EXPECT_EQ(named<Gtk::Label>(*panel, "big-figure").get_text(), "55% left");
+    m.provider(claude).gate->set();
+    EXPECT_FALSE(shown(banner)) << "its answer at last clears it";
 }
 
 TEST_F(ProviderPanelTest, ShowsForecastAndChartOnceTheHistorySaysSomething) {
