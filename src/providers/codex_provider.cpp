@@ -199,6 +199,10 @@ Task<UsageSnapshot> CodexProvider::fetch() {
         auto body = tryDecodeJson(r.body);
         if (!body || !body->is_object())
             throw ProviderError::badResponse(endpoint_.host + " sent a page instead of usage data");
+        // Every answer of the service names the plan or its limits; an object with neither is not
+        // its answer (a deploy's stand-in, a proxy's), and must not replace the numbers shown.
+        if (!member(*body, "rate_limit") && !member(*body, "plan_type"))
+            throw ProviderError::badResponse("Unexpected response from " + endpoint_.host);
         co_return parse(*body, clock_.now());
     }
     case 401:

@@ -41,13 +41,17 @@ TEST_F(ClaudeFetch, AnswersAndWhetherTheOrganizationIsKept) {
         {{http(403)}, "Not logged in", false},
         {{http(500)}, "HTTP 500 from service.test", false},
         {{http(200, "[]")}, "Not logged in", false},
-        {{http(200, "<html>")}, "Not logged in", false},
+        // A 200 that is not the list (the app shell while the site deploys) is no log-out.
+        {{http(200, "<!doctype html><html><div id=root>")}, "Unexpected response from service.test", false},
+        {{http(200, R"({"error":"busy"})")}, "Unexpected response from service.test", false},
         {{http(200, R"([{"name":"x"}])")}, "Not logged in", false},
         {{orgs, http(401)}, "Not logged in", false},
         {{orgs, http(403, "{}")}, "Not logged in", false},
         {{orgs, http(404)}, "HTTP 404 from service.test", false},
         {{orgs, http(500)}, "HTTP 500 from service.test", true},
         {{orgs, http(200, "[1,2]")}, "Unexpected response from service.test", true},
+        {{orgs, http(200, "<html>")}, "The data couldn't be read because it isn't valid JSON", true},
+        {{orgs, http(200, R"({"type":"error"})")}, "Unexpected response from service.test", true},
         {{orgs, http(0, "Page: a | Direct: b")}, "Page: a | Direct: b", true},
         // One full visit of the site lets its check run; still walled after it, a bot check.
         {{orgs, wall, usage}, "no error", true},
