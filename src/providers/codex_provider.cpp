@@ -45,12 +45,15 @@ std::optional<TimePoint> atEpochSeconds(double seconds) {
     return TimePoint(*ms);
 }
 
-// `seconds` after `now`; no value when that moment cannot be held.
+// `seconds` after `now`, to the nearest whole minute; no value when that moment cannot be held.
+// `now` is when the answer arrived, so the sum moves with each request's latency and with the
+// service's own rounding; the minute keeps a reset time that has not changed the same from one
+// answer to the next, so it reads as unchanged (and is stored once, not every poll).
 std::optional<TimePoint> after(TimePoint now, double seconds) {
     const double nowSeconds = duration<double>(now.time_since_epoch()).count();
     auto ms = toMillis(seconds);
-    if (!ms || std::abs(nowSeconds + seconds) >= maxEpochSeconds) return std::nullopt;
-    return now + *ms;
+    if (!ms || std::abs(nowSeconds + seconds) >= maxEpochSeconds - 60) return std::nullopt;
+    return std::chrono::round<std::chrono::minutes>(now + *ms);
 }
 
 // What a window's "reset_at" says. Not given (missing, of another kind, or a number no time point
