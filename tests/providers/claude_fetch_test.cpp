@@ -70,10 +70,30 @@ TEST_F(ClaudeFetch, AnswersAndWhetherTheOrganizationIsKept) {
     EXPECT_EQ(web->siteVisits, 3);
 }
 
-TEST(RetryAfter, OnlyWholeSecondsAreRead) {
-    EXPECT_EQ(parseRetryAfter("120"), std::chrono::seconds(120));
-    EXPECT_EQ(parseRetryAfter(" 5 "), std::chrono::seconds(5));
-    EXPECT_EQ(parseRetryAfter("99999999"), std::chrono::seconds(24 * 3600)) << "capped at a day";
-    for (const char* bad : {"", "-1", "soon", "1.5", "Wed, 21 Oct 2015 07:28:00 GMT"})
-        EXPECT_EQ(parseRetryAfter(bad), std::nullopt) << bad;
+// Both forms a server may use: seconds, or a date (in any of HTTP's three date forms).
+TEST(RetryAfter, SecondsAndDatesAreRead) {
+    using namespace std::chrono;
+    const TimePoint now = sys_days(year(2015) / 10 / 21) + 7h + 20min;
+    const std::pair<const char*, std::optional<seconds>> rows[] = {
+        {"120", 120s},
+        {" 5 ", 5s},
+        {"99999999", 24h},
+        {"Wed, 21 Oct 2015 07:28:00 GMT", 480s},
+        {"Wednesday, 21-Oct-15 07:28:00 GMT", 480s},
+        {"Wed Oct 21 07:28:00 2015", 480s},
+        {"Wed, 21 Oct 2015 07:19:00 GMT", 0s},  // already past: no wait
+        {"Sat, 21 Oct 2017 07:28:00 GMT", 24h}, // beyond a day: a day
+        {"", std::nullopt},
+        {"-1", std::nullopt},
+        {"soon", std::nullopt},
+        {"1.5", std::nullopt},
+        {"Wed, 32 Oct 2015 07:28:00 GMT", std::nullopt},
+        {"Wed, 29 Feb 2015 07:28:00 GMT", std::nullopt},
+        {"Wed, 21 Oct 2015 24:28:00 GMT", std::nullopt},
+        {"Wed, 21 Oct 2015 07:28:00 PST", std::nullopt},
+        {"Wed, 21 Okt 2015 07:28:00 GMT", std::nullopt},
+        {"Wed, 21 Oct 2015 07:28 GMT", std::nullopt},
+    };
+    for (const auto& [text, wait] : rows)
+        EXPECT_EQ(parseRetryAfter(text, now), wait) << text;
 }
