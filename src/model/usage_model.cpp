@@ -120,13 +120,17 @@ Task<void> UsageModel::refreshAll() {
 }
 
 bool UsageModel::resting(ProviderID id) const {
-    const ProviderState s = state(id);
-    return s.retryAt && clock_.now() < *s.retryAt;
+    return isResting(state(id), clock_.now());
 }
 
 Task<void> UsageModel::refreshDue() {
     for (ProviderID id : activeProviders())
         if (!resting(id)) co_await refresh(id);
+}
+
+Task<void> UsageModel::refreshOnOpen() {
+    for (ProviderID id : activeProviders())
+        if (!resting(id) || retriesOnOpen(state(id), clock_.now())) co_await refresh(id);
 }
 
 Task<void> UsageModel::refresh(ProviderID id) {
@@ -171,6 +175,12 @@ Task<void> UsageModel::performRefresh(ProviderID id) {
         co_return;
     }
 
+    if (fresh && isHollowAnswer(working, *fresh)) {
+        // Numbers that vanish without a word are a broken answer, not news: keep the last good ones
+        // and what was already said about them.
+        error = std::make_exception_ptr(ProviderError::badResponse("No usage data in the response"));
+        fresh.reset();
+    }
     if (fresh) {
         const UsageSnapshot& s = *fresh;
         working.snapshot = s;
@@ -179,7 +189,9 @@ Task<void> UsageModel::performRefresh(ProviderID id) {
         working.lastError.reset();
         working.botCheckHost.reset();
         working.retryAt.reset();
+        working.restingSince.reset();
         working.rateLimits = 0;
+        working.botChecks = 0;
         log(name +
             " OK, main: " + (s.main ? Fmt::percent(s.main->percentLeft()) + " left" : std::string("none")));
         working.status = s.main ? "Updated " + shortTime(clock_.now()) : "No usage data in the response";
@@ -203,9 +215,9 @@ Task<void> UsageModel::tick() {
     for (ProviderID id : activeProviders()) {
         ProviderState s = state(id);
         if (s.retryAt) {
-            // The countdown of a rate limit moves on with the clock.
+            // The countdown of a rate limit moves on with the clock; a wall keeps its own words.
             if (now_ < *s.retryAt) {
-                s.status = rateLimitStatus(*s.retryAt, now_);
+                if (!s.botCheckHost) s.status = rateLimitStatus(*s.retryAt, now_);
                 states_[id] = std::move(s);
                 continue;
             }

@@ -63,8 +63,12 @@ class UsageModel {
 
     // Tries every active service now, as the user's "Refresh" asks.
     Task<void> refreshAll();
-    // The poll's pass: like refreshAll, but a rate-limited service is left alone until its time.
+    // The poll's pass: like refreshAll, but a rate-limited or walled service is left alone until
+    // its time.
     Task<void> refreshDue();
+    // Opening the panel: like the poll's pass, but a service left alone longer than the longest
+    // pause is tried as well.
+    Task<void> refreshOnOpen();
     Task<void> refresh(ProviderID id);
     void showLogin(ProviderID id);
     void switchAccount(ProviderID id);
