@@ -1,6 +1,7 @@
 #include "model/app_settings.h"
 
 #include "base/log.h"
+#include "base/user_dirs.h"
 
 #include <glib/gstdio.h>
 #include <vector>
@@ -34,7 +35,7 @@ std::optional<TrayLayout> trayLayoutFromRaw(std::string_view raw) {
 }
 
 std::string defaultSettingsPath() {
-    GCharPtr p(g_build_filename(g_get_user_config_dir(), "ostrel", "settings.ini", nullptr));
+    GCharPtr p(g_build_filename(userConfigDir().c_str(), "ostrel", "settings.ini", nullptr));
     return p.get();
 }
 

@@ -4,6 +4,7 @@
 
 #include <glib/gstdio.h>
 #include <gtest/gtest.h>
+#include <optional>
 #include <sys/stat.h>
 
 using namespace ostrel;
@@ -96,4 +97,26 @@ TEST(AppSettings, FolderThatIsAFileWarnsAndKeepsWorking) {
     ASSERT_EQ(log.lines().size(), 1u);
     EXPECT_NE(log.lines()[0].find("not saved"), std::string::npos) << log.lines()[0];
     EXPECT_FALSE(s.isEnabled(ProviderID::codex));
+}
+
+// The base-directory rules: a relative $XDG_CONFIG_HOME is ignored, else the settings (and the
+// autostart entry beside them) would land under whatever folder the app was started from.
+TEST(AppSettings, ARelativeConfigHomeIsIgnored) {
+    TempDir dir;
+    struct Env {
+        const char* name;
+        std::optional<std::string> was;
+        Env(const char* n, const std::string& value) : name(n) {
+            if (const char* v = g_getenv(n)) was = v;
+            g_setenv(n, value.c_str(), TRUE);
+        }
+        ~Env() { was ? void(g_setenv(name, was->c_str(), TRUE)) : g_unsetenv(name); }
+    };
+    const Env home("HOME", dir.path());
+    {
+        const Env config("XDG_CONFIG_HOME", "relative/config");
+        EXPECT_EQ(defaultSettingsPath(), dir.file(".config/ostrel/settings.ini"));
+    }
+    const Env config("XDG_CONFIG_HOME", dir.file("elsewhere"));
+    EXPECT_EQ(defaultSettingsPath(), dir.file("elsewhere/ostrel/settings.ini"));
 }
