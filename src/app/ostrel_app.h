@@ -27,6 +27,8 @@ class OstrelApp : public Gtk::Application {
     // A click on a tray item: opens the panel on `service`'s tab ("" keeps the tab), or closes it
     // when it already shows that tab.
     void togglePanel(const std::string& service, std::optional<std::pair<int, int>> near);
+    // Start-up could not go on (the demo had no folder of its own): the run ends with an error.
+    bool startFailed() const { return startFailed_; }
 
   protected:
     explicit OstrelApp(bool demo);
@@ -40,6 +42,7 @@ class OstrelApp : public Gtk::Application {
 
     bool demoMode_;
     bool activatedOnce_ = false;
+    bool startFailed_ = false;
     SystemClock clock_;
     std::unique_ptr<Demo> demo_;
     std::unique_ptr<AppCore> core_;
