@@ -65,15 +65,16 @@ TEST_F(ProviderPanelTest, ChecksFailsWithRetryShowsAMessageByAFadedLogoAndAsksTo
     press(named<Gtk::Button>(*panel, "retry"));
     EXPECT_EQ(panel->picture(), ProviderPicture::usage);
 
-    // Numbers without a main limit.
-    m.succeed(claude, PanelModel::snapshot(std::nullopt));
-    EXPECT_EQ(shownTexts(*panel), std::vector<std::string>{"No usage data yet"});
-    auto logos = all<ProviderLogo>(*panel);
-    EXPECT_EQ(std::count_if(logos.begin(), logos.end(), [](auto* logo) { return shown(*logo); }), 1);
+    // Numbers without a main limit. (Where numbers with one were shown, only an answer that says
+    // why may replace them.)
     UsageSnapshot withMessage = PanelModel::snapshot(std::nullopt);
     withMessage.message = "Usage-based pricing: no fixed allowance";
     m.succeed(claude, withMessage);
     EXPECT_EQ(shownTexts(*panel), std::vector<std::string>{"Usage-based pricing: no fixed allowance"});
+    m.succeed(claude, PanelModel::snapshot(std::nullopt));
+    EXPECT_EQ(shownTexts(*panel), std::vector<std::string>{"No usage data yet"});
+    auto logos = all<ProviderLogo>(*panel);
+    EXPECT_EQ(std::count_if(logos.begin(), logos.end(), [](auto* logo) { return shown(*logo); }), 1);
 
     m.fail(claude, ProviderError::needsLogin());
     ASSERT_TRUE(m.model->state(claude).snapshot) << "the numbers are still held";
