@@ -36,9 +36,11 @@ AppCore::AppCore(Options options, Clock& clock)
     history_ = std::make_unique<UsageHistory>(*model_, options.historyPath);
     model_->setHistory(history_.get());
     history_->onPaceWarning = [this](ProviderID, const std::string& text) { notifier_.notifyPace(text); };
+    systemWatch_ = std::make_unique<SystemWatch>(*model_);
 }
 
 AppCore::~AppCore() {
+    systemWatch_.reset();
     model_->setHistory(nullptr);
     history_.reset();
 }

@@ -43,6 +43,16 @@ bool retriesOnOpen(const ProviderState& s, TimePoint now) {
     return isResting(s, now) && s.restingSince && now - *s.restingSince > longestPause;
 }
 
+bool clockJumped(TimePoint lastTick, TimePoint now) {
+    const auto moved = now - lastTick;
+    return moved > 3 * tickInterval || moved < -tickInterval;
+}
+
+bool pollDue(const ProviderState& s, TimePoint now) {
+    if (isResting(s, now)) return false;
+    return !s.lastAttempt || now - *s.lastAttempt >= pollInterval || now < *s.lastAttempt;
+}
+
 bool isHollowAnswer(const ProviderState& s, const UsageSnapshot& fresh) {
     const bool hadNumbers = s.snapshot && s.snapshot->main;
     return hadNumbers && !fresh.main && !fresh.message && fresh.others.empty();

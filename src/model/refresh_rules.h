@@ -35,6 +35,16 @@ bool isResting(const ProviderState& s, TimePoint now);
 // `longestPause` (a row of limits or walls adds up).
 bool retriesOnOpen(const ProviderState& s, TimePoint now);
 
+// The poll's own rhythm, and the tick's: the wall clock moving on much further than a tick between
+// two ticks means the machine slept (the main loop's timers stop meanwhile) or the clock was set.
+inline constexpr std::chrono::seconds pollInterval{60};
+inline constexpr std::chrono::seconds tickInterval{30};
+bool clockJumped(TimePoint lastTick, TimePoint now);
+
+// Whether the poll would have asked `s` by `now` had the machine not slept: not resting, and its
+// last try at least a poll interval ago (or none).
+bool pollDue(const ProviderState& s, TimePoint now);
+
 // A fresh answer that would wipe the numbers held without saying why: no main limit, no message and
 // nothing else, where the last answer had a main limit. Such an answer is a bad response.
 bool isHollowAnswer(const ProviderState& s, const UsageSnapshot& fresh);

@@ -15,15 +15,23 @@ namespace {
 Task<void> pollLoop(UsageModel* model, Clock* clock) {
     for (;;) {
         co_await model->refreshDue();
-        co_await clock->sleep(60s);
+        co_await clock->sleep(pollInterval);
     }
 }
 
 Task<void> tickLoop(UsageModel* model, Clock* clock) {
     for (;;) {
-        co_await clock->sleep(30s);
+        co_await clock->sleep(tickInterval);
         co_await model->tick();
     }
+}
+
+// The network says it is back a moment before names resolve and routes settle.
+constexpr auto settleAfterReconnect = 2s;
+
+Task<void> refreshWhenSettled(UsageModel* model, Clock* clock) {
+    co_await clock->sleep(settleAfterReconnect);
+    co_await model->refreshDue();
 }
 
 // Ends a refresh's turn in `inFlight` however the refresh ends, also when its task is destroyed
@@ -58,7 +66,7 @@ Task<void> logOutThenShowLogin(UsageModel& model, ProviderID id) {
 UsageModel::UsageModel(AppSettings& settings, Providers providers, Clock& clock, Notifier& notifier,
                        LoginHost& login)
     : settings_(settings), providers_(std::move(providers)), clock_(clock), notifier_(notifier),
-      login_(login), now_(clock.now()) {
+      login_(login), now_(clock.now()), lastTick_(now_) {
     connections_.push_back(settings_.changed.connect([this] { changed.emit(); }));
     connections_.push_back(settings_.enabledChanged.connect([this] { tasks_.spawn(refreshAll()); }));
     login_.onClose = [this](ProviderID id) { tasks_.spawn(refresh(id)); };
@@ -133,6 +141,24 @@ Task<void> UsageModel::refreshOnOpen() {
         if (!resting(id) || retriesOnOpen(state(id), clock_.now())) co_await refresh(id);
 }
 
+Task<void> UsageModel::refreshWoken() {
+    for (ProviderID id : activeProviders())
+        if (pollDue(state(id), clock_.now())) co_await refresh(id);
+}
+
+void UsageModel::resumed() {
+    log("Awake again: refreshing what is due");
+    tasks_.spawn(refreshWoken());
+}
+
+void UsageModel::setOnline(bool online) {
+    if (online == !offline_) return;
+    offline_ = !online;
+    log(online ? "Network back: refreshing shortly" : "Network gone: keeping the numbers until it is back");
+    if (online) tasks_.spawn(refreshWhenSettled(this, &clock_));
+    changed.emit();
+}
+
 Task<void> UsageModel::refresh(ProviderID id) {
     if (auto running = inFlight_.find(id); running != inFlight_.end()) {
         // Join the fetch under way instead of starting a second one.
@@ -197,6 +223,10 @@ Task<void> UsageModel::performRefresh(ProviderID id) {
         working.status = s.main ? "Updated " + shortTime(clock_.now()) : "No usage data in the response";
         applyNotificationRules(id, working, previousMain, previousOthers, s, notifier_);
         checkLoginExpiry(id, working, clock_.now(), notifier_);
+    } else if (offline_) {
+        // Without a network every service fails alike; that is no news about any of them. The
+        // numbers, the login and the status stay as they were, and nothing is notified.
+        log(name + " not refreshed: offline (" + errorDescription(error) + ")");
     } else {
         log(applyFailure(id, working, error, clock_.now(), notifier_, jitter_));
     }
@@ -210,6 +240,12 @@ void UsageModel::store(ProviderID id, ProviderState s) {
 
 Task<void> UsageModel::tick() {
     now_ = clock_.now();
+    const bool woke = clockJumped(lastTick_, now_);
+    lastTick_ = now_;
+    if (woke) {
+        log("The clock moved on by more than a tick: refreshing what is due");
+        co_await refreshWoken();
+    }
     updateTrayAppearance();
     changed.emit();
     for (ProviderID id : activeProviders()) {

@@ -268,6 +268,64 @@ TEST_F(UsageModelTest, ALastingBotWallIsTriedLessAndLessOften) {
     EXPECT_FALSE(claudeState().retryAt) << "through the wall: the back-off is over";
 }
 
+// The main loop's timers stand still while the machine sleeps; on waking (the system says so, or
+// the tick finds the clock far ahead) what is due refreshes at once, not a poll interval late.
+TEST_F(UsageModelTest, WakingFromSleepRefreshesWhatIsDue) {
+    settings.setEnabled({claude, cursor});
+    model->setJitter([] { return 1.0; });
+    succeed(claude, snapshot(limit("session", 40, 10h)));
+    succeed(cursor, snapshot(limit("monthly", 10, 20 * 24h)));
+    clock.advance(8h);
+    fail(cursor, ProviderError::rateLimited("cursor.test", 30min));
+    ScriptedProvider &c = provider(claude), &k = provider(cursor);
+    c.fetches = k.fetches = 0;
+    model->resumed();
+    EXPECT_EQ(c.fetches, 1) << "its poll was due hours ago";
+    EXPECT_EQ(k.fetches, 0) << "it asked to be left alone";
+    model->resumed();
+    EXPECT_EQ(c.fetches, 1) << "just asked: not due";
+    runSync(model->tick(), 5s); // the first tick since the jump finds nothing left to do
+
+    clock.advance(20s);
+    runSync(model->tick(), 5s);
+    EXPECT_EQ(c.fetches, 1) << "an ordinary tick";
+    clock.advance(3h);
+    runSync(model->tick(), 5s);
+    EXPECT_EQ(c.fetches, 2) << "the clock jumped: the machine slept";
+    EXPECT_EQ(k.fetches, 1);
+}
+
+// While the network is down a failure is no news: no error, no notification, the numbers and the
+// login stay. Back online, every service refreshes within a few seconds.
+TEST_F(UsageModelTest, OfflineFailuresChangeNothingAndReconnectingRefreshes) {
+    settings.setEnabled({claude, cursor});
+    succeed(claude, snapshot(limit("session", 40, 10h)));
+    succeed(cursor, snapshot(limit("monthly", 10, 20 * 24h)));
+    const ProviderState before = claudeState();
+    model->changed.connect([this] { ++changes; });
+    model->setOnline(false);
+    EXPECT_TRUE(model->isOffline());
+    EXPECT_EQ(changes, 1) << "the panel shows it";
+    fail(claude, WebError("Could not resolve host"));
+    fail(cursor, ProviderError::needsLogin());
+    EXPECT_EQ(claudeState().status, before.status);
+    EXPECT_FALSE(claudeState().lastError);
+    EXPECT_TRUE(model->isLoggedIn(cursor));
+    EXPECT_TRUE(notifier.take().empty());
+
+    answer(claude, snapshot(limit("session", 50, 10h)));
+    answer(cursor, snapshot(limit("monthly", 12, 20 * 24h)));
+    provider(claude).fetches = provider(cursor).fetches = 0;
+    model->setOnline(true);
+    EXPECT_FALSE(model->isOffline());
+    clock.advance(5s);
+    EXPECT_EQ(provider(claude).fetches, 1);
+    EXPECT_EQ(provider(cursor).fetches, 1);
+    EXPECT_EQ(claudeState().snapshot->main->percentUsed, 50);
+    fail(claude, WebError("Could not resolve host"));
+    EXPECT_TRUE(claudeState().lastError) << "online, a failure shows again";
+}
+
 // A log-out clears the service; when a refresh of it is under way, the log-out wins: the old
 // login's answer is dropped.
 TEST_F(UsageModelTest, ALogOutClearsTheServiceAndWinsOverARefreshUnderWay) {

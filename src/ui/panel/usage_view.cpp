@@ -60,8 +60,13 @@ void UsageView::update(const ProviderState& state) {
     const UsageSnapshot& snapshot = *state.snapshot;
     const UsageLimit& main = *snapshot.main;
 
-    banner_.set_visible(state.lastError.has_value());
-    if (state.lastError) banner_.update(state.lastUpdated, state.lastError, state.botCheckHost);
+    // Offline, every service's numbers are old for the same plain reason; that says more than an
+    // error would.
+    banner_.set_visible(model_.isOffline() || state.lastError.has_value());
+    if (model_.isOffline())
+        banner_.showOffline(state.lastUpdated);
+    else if (state.lastError)
+        banner_.update(state.lastUpdated, state.lastError, state.botCheckHost);
 
     gauge_.setTheme(model_.settings().theme());
     gauge_.setLevel(main.percentLeft() / 100);

@@ -142,6 +142,13 @@ TEST_F(ProviderPanelTest, AFailureAfterSuccessKeepsTheNumbersUnderAStaleBanner) 
     auto& openSite = named<Gtk::Button>(*panel, "banner-open-site");
     EXPECT_FALSE(shown(openSite)) << "only a bot check is passed by hand";
 
+    // Offline says so, over any error: every service is old for the same plain reason.
+    m.model->setOnline(false);
+    EXPECT_EQ(banner.text(), "Offline · numbers from " + shortTime(fetched));
+    EXPECT_FALSE(shown(openSite));
+    m.model->setOnline(true);
+    EXPECT_EQ(banner.text(), "Couldn't update · showing " + shortTime(fetched));
+
     // A bot check: the numbers stay, and the site can be opened where a person passes the check.
     m.fail(claude, ProviderError::botCheck("claude.test"));
     ASSERT_TRUE(shown(openSite));
