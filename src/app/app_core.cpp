@@ -38,9 +38,11 @@ AppCore::AppCore(Options options, Clock& clock)
     history_->onPaceWarning = [this](ProviderID id, const std::string& text) {
         notifier_.notifyPace(id, text);
     };
+    systemWatch_ = std::make_unique<SystemWatch>(*model_);
 }
 
 AppCore::~AppCore() {
+    systemWatch_.reset();
     model_->setHistory(nullptr);
     history_.reset();
 }

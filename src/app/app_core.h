@@ -3,6 +3,7 @@
 // context, one provider per service with its web session, the login window, the notifier, the
 // settings and the model. The GTK application, the demo and the end-to-end tests build one of these.
 
+#include "app/system_watch.h"
 #include "async/clock.h"
 #include "model/app_settings.h"
 #include "model/usage_history.h"
@@ -54,7 +55,8 @@ class AppCore {
     LoginWindow login_;
     std::map<ProviderID, WebSession*> sessions_; // owned by the providers inside the model
     std::unique_ptr<UsageModel> model_;
-    std::unique_ptr<UsageHistory> history_; // listens to the model, so it goes first
+    std::unique_ptr<UsageHistory> history_;    // listens to the model, so it goes first
+    std::unique_ptr<SystemWatch> systemWatch_; // tells the model of sleep and the network; goes first
 };
 
 } // namespace ostrel

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <glib/gstdio.h>
+#include <stdexcept>
 
 namespace ostrel {
 
@@ -48,11 +49,15 @@ Demo::Demo() : start_(std::chrono::system_clock::now()) {
             site->setSinglePageApp(200);
         log("Demo: the services' pages behave like large single-page apps");
     }
-    GCharPtr folder(g_dir_make_tmp("ostrel-demo-XXXXXX", nullptr));
-    folder_ = folder ? folder.get() : "";
+    // The demo's settings, logins and history live apart from the user's own; without a folder of
+    // its own its paths would fall back on someone else's (or the root's), so it stops instead.
+    GErrorOut err;
+    GCharPtr folder(g_dir_make_tmp("ostrel-demo-XXXXXX", err.out()));
+    if (!folder)
+        throw std::runtime_error("the demo could not make a folder of its own (" + err.message() + ")");
+    folder_ = folder.get();
     // Photographs of the panel in each gauge theme (scripts/screenshots.sh) start the demo in it.
-    if (const char* theme = g_getenv("OSTREL_DEMO_THEME");
-        theme && gaugeThemeFromRaw(theme) && !folder_.empty()) {
+    if (const char* theme = g_getenv("OSTREL_DEMO_THEME"); theme && gaugeThemeFromRaw(theme)) {
         const std::string settings = "[Ostrel]\ngaugeTheme=" + std::string(theme) + "\n";
         g_file_set_contents((folder_ + "/settings.ini").c_str(), settings.c_str(), -1, nullptr);
     }
@@ -73,7 +78,7 @@ Demo::~Demo() {
     const std::size_t own = claude_.site().backgroundRequests() + cursor_.site().backgroundRequests() +
                             chatgpt_.site().backgroundRequests();
     log("Demo: the services' pages made " + std::to_string(own) + " requests of their own");
-    if (!folder_.empty()) removeTree(folder_);
+    removeTree(folder_);
 }
 
 Task<void> Demo::logIn(AppCore& core) {

@@ -15,6 +15,7 @@ namespace ostrel {
 
 class Demo {
   public:
+    // Throws std::runtime_error when the demo cannot make its private folder.
     Demo();
     Demo(const Demo&) = delete;
     Demo& operator=(const Demo&) = delete;

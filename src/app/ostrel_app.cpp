@@ -94,7 +94,15 @@ void OstrelApp::on_startup() {
 
     AppCore::Options options;
     if (demoMode_) {
-        demo_ = std::make_unique<Demo>();
+        try {
+            demo_ = std::make_unique<Demo>();
+        } catch (const std::runtime_error& e) {
+            std::fprintf(stderr, "ostrel: %s\n", e.what());
+            startFailed_ = true;
+            release();
+            quit();
+            return;
+        }
         options.services = demo_->services();
         options.settingsPath = demo_->folder() + "/settings.ini";
         options.webDataDir = demo_->folder() + "/web";
@@ -237,7 +245,8 @@ int runOstrel(int argc, char** argv) {
     g_setenv("GSK_RENDERER", "cairo", FALSE);
     auto app = OstrelApp::create(demo);
     char* appArgv[] = {argv[0], nullptr};
-    return app->run(1, appArgv);
+    const int status = app->run(1, appArgv);
+    return app->startFailed() ? 1 : status;
 }
 
 } // namespace ostrel

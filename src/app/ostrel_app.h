@@ -32,6 +32,8 @@ class OstrelApp : public Gtk::Application {
     // Opens the panel on `id`'s tab (a click on one of its notifications).
     void showService(ProviderID id);
     void showAbout();
+    // Start-up could not go on (the demo had no folder of its own): the run ends with an error.
+    bool startFailed() const { return startFailed_; }
 
   protected:
     explicit OstrelApp(bool demo);
@@ -51,6 +53,7 @@ class OstrelApp : public Gtk::Application {
 
     bool demoMode_;
     bool activatedOnce_ = false;
+    bool startFailed_ = false;
     SystemClock clock_;
     std::unique_ptr<Demo> demo_;
     std::unique_ptr<AppCore> core_;

@@ -1,6 +1,7 @@
 #include "model/app_settings.h"
 
 #include "base/log.h"
+#include "base/user_dirs.h"
 
 #include <glib/gstdio.h>
 #include <vector>
@@ -12,6 +13,23 @@ constexpr const char* group = "Ostrel";
 
 void warn(const std::string& text) {
     log(text);
+}
+
+// The file a chain of symbolic links ends at (relative links read from the link's own folder); the
+// path itself when it is no link. A chain too long to be real (a loop) ends where it stopped.
+std::string followLinks(std::string path) {
+    for (int hop = 0; hop < 40; ++hop) {
+        GCharPtr next(g_file_read_link(path.c_str(), nullptr));
+        if (!next) break;
+        if (g_path_is_absolute(next.get())) {
+            path = next.get();
+        } else {
+            GCharPtr dir(g_path_get_dirname(path.c_str()));
+            GCharPtr joined(g_build_filename(dir.get(), next.get(), nullptr));
+            path = joined.get();
+        }
+    }
+    return path;
 }
 } // namespace
 
@@ -34,7 +52,7 @@ std::optional<TrayLayout> trayLayoutFromRaw(std::string_view raw) {
 }
 
 std::string defaultSettingsPath() {
-    GCharPtr p(g_build_filename(g_get_user_config_dir(), "ostrel", "settings.ini", nullptr));
+    GCharPtr p(g_build_filename(userConfigDir().c_str(), "ostrel", "settings.ini", nullptr));
     return p.get();
 }
 
@@ -54,20 +72,39 @@ void AppSettings::load() {
         file_.reset(g_key_file_new());
     }
 
-    GCharPtr theme(g_key_file_get_string(file_.get(), group, themeKey, nullptr));
-    theme_ = (theme ? gaugeThemeFromRaw(theme.get()) : std::nullopt).value_or(GaugeTheme::glass);
+    const auto theme = loadString(themeKey);
+    theme_ = (theme ? gaugeThemeFromRaw(*theme) : std::nullopt).value_or(GaugeTheme::glass);
     enabled_ = loadSet(enabledKey, ProviderSet(allProviders.begin(), allProviders.end()));
     resetTimeShown_ = loadSet(resetTimeKey, {ProviderID::claude});
-    GCharPtr selected(g_key_file_get_string(file_.get(), group, selectedProviderKey, nullptr));
-    selectedProvider_ = selected ? selected.get() : "claude";
-    GCharPtr layout(g_key_file_get_string(file_.get(), group, trayLayoutKey, nullptr));
-    trayLayout_ = (layout ? trayLayoutFromRaw(layout.get()) : std::nullopt).value_or(TrayLayout::automatic);
+    selectedProvider_ = loadString(selectedProviderKey).value_or("claude");
+    const auto layout = loadString(trayLayoutKey);
+    trayLayout_ = (layout ? trayLayoutFromRaw(*layout) : std::nullopt).value_or(TrayLayout::automatic);
+}
+
+std::optional<std::string> AppSettings::loadString(const char* key) const {
+    if (!g_key_file_has_key(file_.get(), group, key, nullptr)) return std::nullopt;
+    GErrorOut err;
+    GCharPtr value(g_key_file_get_string(file_.get(), group, key, err.out()));
+    if (!value) {
+        warn("Settings: " + std::string(key) + " could not be read (" + err.message() +
+             "); using its default");
+        return std::nullopt;
+    }
+    return std::string(value.get());
 }
 
 ProviderSet AppSettings::loadSet(const char* key, ProviderSet fallback) const {
     if (!g_key_file_has_key(file_.get(), group, key, nullptr)) return fallback;
     gsize n = 0;
-    GStrvPtr list(g_key_file_get_string_list(file_.get(), group, key, &n, nullptr));
+    GErrorOut err;
+    GStrvPtr list(g_key_file_get_string_list(file_.get(), group, key, &n, err.out()));
+    if (!list && err) {
+        // One bad value (a stray backslash) costs only its own key, and says so; read as an empty
+        // list it would turn every service off.
+        warn("Settings: " + std::string(key) + " could not be read (" + err.message() +
+             "); using its default");
+        return fallback;
+    }
     ProviderSet out;
     for (gsize i = 0; list && i < n; ++i)
         if (auto id = providerFromRaw(list.get()[i])) out.insert(*id);
@@ -91,17 +128,20 @@ void AppSettings::write() {
         warn("Settings folder " + std::string(dir.get()) + " could not be created; this change is not saved");
         return;
     }
+    // A settings file kept elsewhere (with the user's dotfiles) and linked here stays a link: the
+    // new contents replace the file it points to, atomically beside it.
+    const std::string target = followLinks(path_);
     if (unreadable_) {
         // Keep what the user had, in case it can be mended by hand.
-        const std::string backup = path_ + ".bad";
-        if (g_rename(path_.c_str(), backup.c_str()) == 0)
+        const std::string backup = target + ".bad";
+        if (g_rename(target.c_str(), backup.c_str()) == 0)
             warn("Kept the unreadable settings file as " + backup);
         unreadable_ = false;
     }
     gsize length = 0;
     GCharPtr data(g_key_file_to_data(file_.get(), &length, nullptr));
     GErrorOut err;
-    if (!g_file_set_contents_full(path_.c_str(), data.get(), static_cast<gssize>(length),
+    if (!g_file_set_contents_full(target.c_str(), data.get(), static_cast<gssize>(length),
                                   G_FILE_SET_CONTENTS_CONSISTENT, 0600, err.out()))
         warn("Settings could not be saved (" + err.message() + ")");
 }

@@ -1,7 +1,9 @@
 #pragma once
 // The user's persistent choices, in a key file at $XDG_CONFIG_HOME/ostrel/settings.ini. Each
-// assignment is saved at once with an atomic replace; nothing is written before the first one. A
-// file that cannot be read gives the defaults and is kept (as settings.ini.bad) when first replaced.
+// assignment is saved at once with an atomic replace (through a symbolic link, when the file is
+// one); nothing is written before the first one. A file that cannot be read gives the defaults and
+// is kept (as settings.ini.bad) when first replaced; one value that cannot be read gives its key's
+// default, with a line in the log.
 
 #include "base/gauge_theme_id.h"
 #include "base/gobject_ptr.h"
@@ -66,6 +68,8 @@ class AppSettings {
 
   private:
     void load();
+    // A key's value; none when it is missing, or unreadable (which is logged).
+    std::optional<std::string> loadString(const char* key) const;
     ProviderSet loadSet(const char* key, ProviderSet fallback) const;
     void saveSet(const ProviderSet& set, const char* key);
     void write();

@@ -2,6 +2,7 @@
 #include "model/autostart.h"
 
 #include "base/gobject_ptr.h"
+#include "base/user_dirs.h"
 
 #include <cerrno>
 #include <glib/gstdio.h>
@@ -69,12 +70,12 @@ std::optional<std::string> Autostart::setEnabled(bool on) {
 }
 
 std::string defaultAutostartFolder() {
-    GCharPtr p(g_build_filename(g_get_user_config_dir(), "autostart", nullptr));
+    GCharPtr p(g_build_filename(userConfigDir().c_str(), "autostart", nullptr));
     return p.get();
 }
 
 std::string autostartFolderFor(const std::string& settingsPath) {
-    GCharPtr ours(g_build_filename(g_get_user_config_dir(), "ostrel", "settings.ini", nullptr));
+    GCharPtr ours(g_build_filename(userConfigDir().c_str(), "ostrel", "settings.ini", nullptr));
     if (settingsPath == ours.get()) return defaultAutostartFolder();
     GCharPtr dir(g_path_get_dirname(settingsPath.c_str()));
     GCharPtr p(g_build_filename(dir.get(), "autostart", nullptr));

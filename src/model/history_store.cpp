@@ -2,6 +2,7 @@
 
 #include "base/gobject_ptr.h"
 #include "base/log.h"
+#include "base/user_dirs.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -98,7 +99,7 @@ HistoryStore::HistoryStore(std::string path, std::int64_t sizeLimit)
     : path_(std::move(path)), sizeLimit_(sizeLimit) {}
 
 std::string HistoryStore::defaultPath() {
-    GCharPtr p(g_build_filename(g_get_user_state_dir(), "ostrel", "history.sqlite", nullptr));
+    GCharPtr p(g_build_filename(userStateDir().c_str(), "ostrel", "history.sqlite", nullptr));
     return p.get();
 }
 

@@ -20,8 +20,10 @@ struct ProviderState {
     bool notifiedBelow10 = false;
     std::set<std::string> notifiedBelow10Others;
     std::optional<std::string> botCheckHost; // the site whose bot check the last attempt met
-    std::optional<TimePoint> retryAt;        // rate limited: no scheduled try before this
+    std::optional<TimePoint> retryAt;        // rate limited or walled: no scheduled try before this
+    std::optional<TimePoint> restingSince;   // when the current row of rate limits or walls began
     int rateLimits = 0;                      // rate limits in a row, for the back-off
+    int botChecks = 0;                       // bot walls in a row, for the back-off of site visits
     std::optional<TimePoint> loginExpiresAt; // when the login cookie expires, if it says
     std::optional<TimePoint> expiryNotified; // the expiry whose advance notice went out
 };

@@ -9,13 +9,53 @@ namespace ostrel {
 
 using namespace std::chrono_literals;
 
-std::chrono::seconds rateLimitPause(int inARow, std::optional<std::chrono::seconds> retryAfter,
-                                    double jitter) {
-    if (retryAfter && retryAfter->count() > 0) return *retryAfter;
+std::chrono::seconds rateLimitPause(int inARow, std::optional<std::chrono::seconds> retryAfter, double jitter,
+                                    std::optional<std::chrono::seconds> untilReset) {
+    if (retryAfter && retryAfter->count() > 0) {
+        auto pause = std::min(*retryAfter, longestPause);
+        if (untilReset && untilReset->count() > 0) pause = std::min(pause, *untilReset);
+        return pause;
+    }
     const int doublings = std::clamp(inARow, 1, 5); // 2, 4, 8, 16, 32 → capped at 30
     const auto base = std::min<std::chrono::seconds>(2min * (1 << (doublings - 1)), 30min);
     const double factor = std::clamp(jitter, 0.8, 1.2);
     return std::chrono::seconds(std::llround(static_cast<double>(base.count()) * factor));
+}
+
+std::optional<std::chrono::seconds> untilNextReset(const ProviderState& s, TimePoint now) {
+    if (!s.snapshot) return std::nullopt;
+    std::optional<TimePoint> next;
+    auto consider = [&](const UsageLimit& l) {
+        if (l.resetsAt && *l.resetsAt > now && (!next || *l.resetsAt < *next)) next = l.resetsAt;
+    };
+    if (s.snapshot->main) consider(*s.snapshot->main);
+    for (const UsageLimit& l : s.snapshot->others)
+        consider(l);
+    if (!next) return std::nullopt;
+    return std::chrono::ceil<std::chrono::seconds>(*next - now);
+}
+
+bool isResting(const ProviderState& s, TimePoint now) {
+    return s.retryAt && now < *s.retryAt;
+}
+
+bool retriesOnOpen(const ProviderState& s, TimePoint now) {
+    return isResting(s, now) && s.restingSince && now - *s.restingSince > longestPause;
+}
+
+bool clockJumped(TimePoint lastTick, TimePoint now) {
+    const auto moved = now - lastTick;
+    return moved > 3 * tickInterval || moved < -tickInterval;
+}
+
+bool pollDue(const ProviderState& s, TimePoint now) {
+    if (isResting(s, now)) return false;
+    return !s.lastAttempt || now - *s.lastAttempt >= pollInterval || now < *s.lastAttempt;
+}
+
+bool isHollowAnswer(const ProviderState& s, const UsageSnapshot& fresh) {
+    const bool hadNumbers = s.snapshot && s.snapshot->main;
+    return hadNumbers && !fresh.main && !fresh.message && fresh.others.empty();
 }
 
 std::string rateLimitStatus(TimePoint retryAt, TimePoint now) {
@@ -41,16 +81,23 @@ std::string applyFailure(ProviderID id, ProviderState& s, const std::exception_p
     s.lastError = description;
     if (known && kind == ProviderError::Kind::botCheck) {
         // The login is fine; the site wants a browser to prove itself. Numbers and tray item stay.
+        // Each try costs a full load of the site's page, so a wall that stays is tried less often.
         s.botCheckHost = known->host();
+        ++s.botChecks;
+        if (!s.restingSince) s.restingSince = now;
+        s.retryAt = now + rateLimitPause(s.botChecks, std::nullopt, jitter ? jitter() : 1.0);
         s.status = description + "." + keeping;
-        return name + " blocked: " + description;
+        return name + " blocked: " + description + "; next try in " + Fmt::duration(*s.retryAt, now, false);
     }
     if (known && kind == ProviderError::Kind::rateLimited) {
         ++s.rateLimits;
-        s.retryAt = now + rateLimitPause(s.rateLimits, known->retryAfter(), jitter ? jitter() : 1.0);
+        if (!s.restingSince) s.restingSince = now;
+        s.retryAt = now + rateLimitPause(s.rateLimits, known->retryAfter(), jitter ? jitter() : 1.0,
+                                         untilNextReset(s, now));
         s.status = rateLimitStatus(*s.retryAt, now);
         return name + " rate limited; next try in " + Fmt::duration(*s.retryAt, now, false);
     }
+    s.restingSince.reset(); // the service answered something of its own: the row of refusals ended
     s.status = "Error: " + description + "." + keeping;
     return name + " error: " + description;
 }

@@ -28,6 +28,14 @@ Task<void> tickLoop(UsageModel* model, Clock* clock, std::chrono::milliseconds i
     }
 }
 
+// The network says it is back a moment before names resolve and routes settle.
+constexpr auto settleAfterReconnect = 2s;
+
+Task<void> refreshWhenSettled(UsageModel* model, Clock* clock) {
+    co_await clock->sleep(settleAfterReconnect);
+    co_await model->refreshDue();
+}
+
 // Ends a refresh's turn in `inFlight` however the refresh ends, also when its task is destroyed
 // midway: whoever joined it goes on, and the service can be fetched again.
 class InFlightTurn {
@@ -61,7 +69,7 @@ Task<void> logOutThenShowLogin(UsageModel& model, ProviderID id) {
 UsageModel::UsageModel(AppSettings& settings, Providers providers, Clock& clock, Notifier& notifier,
                        LoginHost& login)
     : settings_(settings), providers_(std::move(providers)), clock_(clock), notifier_(notifier),
-      login_(login), now_(clock.now()) {
+      login_(login), now_(clock.now()), lastTick_(now_) {
     connections_.push_back(settings_.changed.connect([this] { changed.emit(); }));
     connections_.push_back(settings_.enabledChanged.connect([this] { tasks_.spawn(refreshAll()); }));
     login_.onClose = [this](ProviderID id) { tasks_.spawn(refresh(id)); };
@@ -151,8 +159,7 @@ Task<void> UsageModel::refreshEach(std::vector<ProviderID> ids) {
 }
 
 bool UsageModel::resting(ProviderID id) const {
-    const ProviderState s = state(id);
-    return s.retryAt && clock_.now() < *s.retryAt;
+    return isResting(state(id), clock_.now());
 }
 
 Task<void> UsageModel::refreshDue() {
@@ -160,6 +167,29 @@ Task<void> UsageModel::refreshDue() {
     for (ProviderID id : activeProviders())
         if (!resting(id)) due.push_back(id);
     co_await refreshEach(std::move(due));
+}
+
+Task<void> UsageModel::refreshOnOpen() {
+    for (ProviderID id : activeProviders())
+        if (!resting(id) || retriesOnOpen(state(id), clock_.now())) co_await refresh(id);
+}
+
+Task<void> UsageModel::refreshWoken() {
+    for (ProviderID id : activeProviders())
+        if (pollDue(state(id), clock_.now())) co_await refresh(id);
+}
+
+void UsageModel::resumed() {
+    log("Awake again: refreshing what is due");
+    tasks_.spawn(refreshWoken());
+}
+
+void UsageModel::setOnline(bool online) {
+    if (online == !offline_) return;
+    offline_ = !online;
+    log(online ? "Network back: refreshing shortly" : "Network gone: keeping the numbers until it is back");
+    if (online) tasks_.spawn(refreshWhenSettled(this, &clock_));
+    changed.emit();
 }
 
 Task<void> UsageModel::refresh(ProviderID id) {
@@ -210,6 +240,12 @@ Task<void> UsageModel::performRefresh(ProviderID id) {
         co_return;
     }
 
+    if (fresh && isHollowAnswer(working, *fresh)) {
+        // Numbers that vanish without a word are a broken answer, not news: keep the last good ones
+        // and what was already said about them.
+        error = std::make_exception_ptr(ProviderError::badResponse("No usage data in the response"));
+        fresh.reset();
+    }
     if (fresh) {
         const UsageSnapshot& s = *fresh;
         working.snapshot = s;
@@ -218,12 +254,18 @@ Task<void> UsageModel::performRefresh(ProviderID id) {
         working.lastError.reset();
         working.botCheckHost.reset();
         working.retryAt.reset();
+        working.restingSince.reset();
         working.rateLimits = 0;
+        working.botChecks = 0;
         log(name +
             " OK, main: " + (s.main ? Fmt::percent(s.main->percentLeft()) + " left" : std::string("none")));
         working.status = s.main ? "Updated " + shortTime(clock_.now()) : "No usage data in the response";
         applyNotificationRules(id, working, previousMain, previousOthers, s, notifier_);
         checkLoginExpiry(id, working, clock_.now(), notifier_);
+    } else if (offline_) {
+        // Without a network every service fails alike; that is no news about any of them. The
+        // numbers, the login and the status stay as they were, and nothing is notified.
+        log(name + " not refreshed: offline (" + errorDescription(error) + ")");
     } else {
         log(applyFailure(id, working, error, clock_.now(), notifier_, jitter_));
     }
@@ -237,6 +279,12 @@ void UsageModel::store(ProviderID id, ProviderState s) {
 
 Task<void> UsageModel::tick() {
     now_ = clock_.now();
+    const bool woke = clockJumped(lastTick_, now_);
+    lastTick_ = now_;
+    if (woke) {
+        log("The clock moved on by more than a tick: refreshing what is due");
+        co_await refreshWoken();
+    }
     updateTrayAppearance();
     changed.emit();
     for (ProviderID id : activeProviders()) {
@@ -247,9 +295,9 @@ Task<void> UsageModel::tick() {
             store(id, s);
         }
         if (s.retryAt) {
-            // The countdown of a rate limit moves on with the clock.
+            // The countdown of a rate limit moves on with the clock; a wall keeps its own words.
             if (now_ < *s.retryAt) {
-                s.status = rateLimitStatus(*s.retryAt, now_);
+                if (!s.botCheckHost) s.status = rateLimitStatus(*s.retryAt, now_);
                 states_[id] = std::move(s);
                 continue;
             }

@@ -79,8 +79,12 @@ class UsageModel {
     // Tries every active service now, as the user's "Refresh" asks. The services' refreshes run
     // side by side.
     Task<void> refreshAll();
-    // The poll's pass: like refreshAll, but a rate-limited service is left alone until its time.
+    // The poll's pass: like refreshAll, but a rate-limited or walled service is left alone until
+    // its time.
     Task<void> refreshDue();
+    // Opening the panel: like the poll's pass, but a service left alone longer than the longest
+    // pause is tried as well.
+    Task<void> refreshOnOpen();
     Task<void> refresh(ProviderID id);
     void showLogin(ProviderID id);
     void switchAccount(ProviderID id);
@@ -89,8 +93,19 @@ class UsageModel {
     void runOwned(Task<void> task) { tasks_.spawn(std::move(task)); }
     Task<void> logOut(ProviderID id);
 
-    // One 30-second housekeeping step (public so a caller with its own timing can drive it).
+    // One 30-second housekeeping step (public so a caller with its own timing can drive it). When
+    // the wall clock moved on far more than a tick since the last one (the machine slept), every
+    // service whose poll is due refreshes at once.
     Task<void> tick();
+
+    // The machine woke from sleep: every service whose poll is due refreshes now, not a whole poll
+    // interval late.
+    void resumed();
+    // The network went away or came back. While it is away a failed refresh changes nothing: no
+    // error, no notification, the numbers stay. When it is back, every service refreshes within a
+    // few seconds (one that asked to wait still waits).
+    void setOnline(bool online);
+    bool isOffline() const { return offline_; }
 
     // Every tracked, logged-in service that has a main limit, in service order.
     std::vector<TrayEntry> trayEntries() const;
@@ -113,6 +128,7 @@ class UsageModel {
   private:
     Task<void> refreshEach(std::vector<ProviderID> ids);
     Task<void> performRefresh(ProviderID id);
+    Task<void> refreshWoken();
     bool resting(ProviderID id) const;
     void store(ProviderID id, ProviderState s);
 
@@ -125,6 +141,8 @@ class UsageModel {
     std::map<ProviderID, std::shared_ptr<AsyncEvent>> inFlight_;
     TimePoint now_;
     Timing timing_;
+    TimePoint lastTick_; // to notice the wall clock jumping: a sleep, or the clock being set
+    bool offline_ = false;
     bool isDarkTray_ = true;
     std::function<std::optional<bool>()> appearance_;
     // Bumped by a log-out: a refresh that started under an older login drops its answer.

@@ -83,6 +83,14 @@ std::vector<Entry> earlierFormat(const json& object) {
     return out;
 }
 
+// Whether an object is a usage answer in either format; one with neither would read as "no
+// limits" and replace the numbers shown.
+bool hasLimits(const json& object) {
+    for (const char* key : {"limits", "five_hour", "seven_day"})
+        if (member(object, key)) return true;
+    return false;
+}
+
 bool usableLimitsList(const json* limits) {
     if (!limits || !limits->is_array() || limits->empty()) return false;
     for (const json& e : *limits)
@@ -120,13 +128,20 @@ UsageSnapshot ClaudeProvider::parse(const json& object, TimePoint now) {
     return s;
 }
 
+ProviderError ClaudeProvider::unexpected() const {
+    return ProviderError::badResponse("Unexpected response from " + endpoint_.host);
+}
+
 Task<std::optional<std::string>> ClaudeProvider::findUsageURL() {
     const HttpResult r =
         co_await guardedGet(web_.get(), endpoint_.host, endpoint_.url("/api/organizations"), {});
     if (r.code == 401 || r.code == 403) co_return std::nullopt;
     if (r.code != 200) throw ProviderError::http(r.code, endpoint_.host);
+    // Anything but a list is not the service's answer (an app shell while the site deploys): it
+    // says nothing about the login. An empty list, or no usable first entry, means no account.
     auto orgs = tryDecodeJson(r.body);
-    if (!orgs || !orgs->is_array() || orgs->empty()) co_return std::nullopt;
+    if (!orgs || !orgs->is_array()) throw unexpected();
+    if (orgs->empty()) co_return std::nullopt;
     auto uuid = stringMember(orgs->front(), "uuid");
     if (!uuid) co_return std::nullopt;
     co_return endpoint_.url("/api/organizations/" + *uuid + "/usage");
@@ -139,7 +154,7 @@ Task<UsageSnapshot> ClaudeProvider::fetch() {
     switch (r.code) {
     case 200: {
         const json body = decodeJson(r.body);
-        if (!body.is_object()) throw ProviderError::badResponse("Unexpected response from " + endpoint_.host);
+        if (!body.is_object() || !hasLimits(body)) throw unexpected();
         co_return parse(body, clock_.now());
     }
     case 401:

@@ -33,6 +33,8 @@ class ClaudeProvider final : public UsageProvider {
 
   private:
     Task<std::optional<std::string>> findUsageURL();
+    // The error for a 200 answer that is not the service's JSON.
+    ProviderError unexpected() const;
 
     std::unique_ptr<WebClient> web_;
     ServiceEndpoint endpoint_;

@@ -45,12 +45,15 @@ std::optional<TimePoint> atEpochSeconds(double seconds) {
     return TimePoint(*ms);
 }
 
-// `seconds` after `now`; no value when that moment cannot be held.
+// `seconds` after `now`, to the nearest whole minute; no value when that moment cannot be held.
+// `now` is when the answer arrived, so the sum moves with each request's latency and with the
+// service's own rounding; the minute keeps a reset time that has not changed the same from one
+// answer to the next, so it reads as unchanged (and is stored once, not every poll).
 std::optional<TimePoint> after(TimePoint now, double seconds) {
     const double nowSeconds = duration<double>(now.time_since_epoch()).count();
     auto ms = toMillis(seconds);
-    if (!ms || std::abs(nowSeconds + seconds) >= maxEpochSeconds) return std::nullopt;
-    return now + *ms;
+    if (!ms || std::abs(nowSeconds + seconds) >= maxEpochSeconds - 60) return std::nullopt;
+    return std::chrono::round<std::chrono::minutes>(now + *ms);
 }
 
 // What a window's "reset_at" says. Not given (missing, of another kind, or a number no time point
@@ -199,6 +202,10 @@ Task<UsageSnapshot> CodexProvider::fetch() {
         auto body = tryDecodeJson(r.body);
         if (!body || !body->is_object())
             throw ProviderError::badResponse(endpoint_.host + " sent a page instead of usage data");
+        // Every answer of the service names the plan or its limits; an object with neither is not
+        // its answer (a deploy's stand-in, a proxy's), and must not replace the numbers shown.
+        if (!member(*body, "rate_limit") && !member(*body, "plan_type"))
+            throw ProviderError::badResponse("Unexpected response from " + endpoint_.host);
         co_return parse(*body, clock_.now());
     }
     case 401:

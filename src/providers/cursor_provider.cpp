@@ -37,6 +37,13 @@ std::optional<std::string> noteFor(const json& usage) {
     return CursorProvider::onDemandNote(*used);
 }
 
+// Whether an object is the usage summary at all: it always carries at least one of these.
+bool looksLikeUsage(const json& object) {
+    for (const char* key : {"isUnlimited", "individualUsage", "membershipType", "billingCycleEnd"})
+        if (member(object, key)) return true;
+    return false;
+}
+
 } // namespace
 
 std::vector<std::string> CursorProvider::loginDomains(const ServiceConfig& config) {
@@ -97,9 +104,12 @@ Task<UsageSnapshot> CursorProvider::fetch() {
         co_await guardedGet(web_.get(), endpoint_.host, endpoint_.url("/api/usage-summary"), {});
     switch (r.code) {
     case 200: {
-        // A page in place of JSON is a sign-in or challenge page: the session no longer counts.
+        // A page in place of JSON (the site's app shell while it deploys, a proxy's notice) says
+        // nothing about the login, which the cookie check above vouched for; nor does an object
+        // without any of the members the service always sends.
         auto body = tryDecodeJson(r.body);
-        if (!body || !body->is_object()) throw ProviderError::needsLogin();
+        if (!body || !body->is_object() || !looksLikeUsage(*body))
+            throw ProviderError::badResponse("Unexpected response from " + endpoint_.host);
         co_return parse(*body);
     }
     case 401:

@@ -1,6 +1,7 @@
 #include "providers/guarded_get.h"
 
 #include "base/usage.h"
+#include "providers/http_date.h"
 
 #include <algorithm>
 #include <cctype>
@@ -21,16 +22,25 @@ bool looksLikeHtml(const std::string& body) {
 
 } // namespace
 
-std::optional<std::chrono::seconds> parseRetryAfter(std::string_view text) {
+std::optional<std::chrono::seconds> parseRetryAfter(std::string_view text, TimePoint now) {
+    constexpr long long aDay = 24 * 3600; // longer is no wait anyone means
     while (!text.empty() && text.front() == ' ')
         text.remove_prefix(1);
     while (!text.empty() && text.back() == ' ')
         text.remove_suffix(1);
+    if (text.empty()) return std::nullopt;
     long long seconds = 0;
     const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    if (text.empty() || ec != std::errc() || end != text.data() + text.size() || seconds < 0)
-        return std::nullopt;
-    return std::chrono::seconds(std::min<long long>(seconds, 24 * 3600)); // a day is long enough to wait
+    if (ec == std::errc() && end == text.data() + text.size())
+        return seconds < 0 ? std::nullopt : std::optional(std::chrono::seconds(std::min(seconds, aDay)));
+    const auto when = parseHttpDate(text);
+    if (!when) return std::nullopt;
+    const auto ahead = std::chrono::ceil<std::chrono::seconds>(*when - now).count();
+    return std::chrono::seconds(std::clamp<long long>(ahead, 0, aDay));
+}
+
+std::optional<std::chrono::seconds> parseRetryAfter(std::string_view text) {
+    return parseRetryAfter(text, std::chrono::system_clock::now());
 }
 
 bool isBotCheck(const HttpResult& r) {

@@ -8,7 +8,11 @@
 
 namespace ostrel {
 
-// Reads a Retry-After value given in seconds ("120"); an HTTP date or anything else is no value.
+// Reads a Retry-After value in either of its forms: seconds ("120") or an HTTP date ("Wed, 21 Oct
+// 2015 07:28:00 GMT", and the two older date forms), the date counted from `now` (a date already
+// past is 0). Anything else is no value. At most a day: how much of it to honour is the model's call.
+std::optional<std::chrono::seconds> parseRetryAfter(std::string_view text, TimePoint now);
+// The same, dates counted from the wall clock's now.
 std::optional<std::chrono::seconds> parseRetryAfter(std::string_view text);
 
 // A 403 or 503 that is the site's challenge page (HTML, or marked as a challenge) rather than the

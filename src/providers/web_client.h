@@ -19,7 +19,7 @@ namespace ostrel {
 struct HttpResult {
     int code = 0;
     std::string body;
-    std::optional<std::chrono::seconds> retryAfter; // Retry-After, when given in seconds
+    std::optional<std::chrono::seconds> retryAfter; // Retry-After as seconds from now, in either form
     bool challenge = false;                         // the site marked the answer as a bot check
 };
 

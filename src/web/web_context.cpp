@@ -2,6 +2,7 @@
 
 #include "async/bounded_call.h"
 #include "base/log.h"
+#include "base/user_dirs.h"
 
 #include <glib/gstdio.h>
 
@@ -39,12 +40,12 @@ void makePrivateDir(const std::string& path) {
 } // namespace
 
 std::string WebContext::defaultDataDir() {
-    GCharPtr p(g_build_filename(g_get_user_data_dir(), "ostrel", "web", nullptr));
+    GCharPtr p(g_build_filename(userDataDir().c_str(), "ostrel", "web", nullptr));
     return p.get();
 }
 
 std::string WebContext::defaultCacheDir() {
-    GCharPtr p(g_build_filename(g_get_user_cache_dir(), "ostrel", "web", nullptr));
+    GCharPtr p(g_build_filename(userCacheDir().c_str(), "ostrel", "web", nullptr));
     return p.get();
 }
 

@@ -4,7 +4,9 @@
 
 #include <glib/gstdio.h>
 #include <gtest/gtest.h>
+#include <optional>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace ostrel;
 using ostrel::test::readFile;
@@ -96,4 +98,57 @@ TEST(AppSettings, FolderThatIsAFileWarnsAndKeepsWorking) {
     ASSERT_EQ(log.lines().size(), 1u);
     EXPECT_NE(log.lines()[0].find("not saved"), std::string::npos) << log.lines()[0];
     EXPECT_FALSE(s.isEnabled(ProviderID::codex));
+}
+
+TEST(AppSettings, OneUnreadableValueCostsOnlyItsOwnKeyAndSaysSo) {
+    TempDir dir;
+    store(dir, "[Ostrel]\ngaugeTheme=candle\nenabledProviders=claude;co\\qdex;\nselectedProvider=\xff\xfe\n"
+               "resetTimeProviders=codex;\n");
+    test::LogLines log;
+    AppSettings s(settingsFile(dir));
+    EXPECT_EQ(s.enabled(), all) << "a stray backslash must not turn every service off";
+    EXPECT_EQ(s.theme(), GaugeTheme::candle);
+    EXPECT_EQ(s.resetTimeShown(), ProviderSet{ProviderID::codex});
+    EXPECT_EQ(s.selectedProvider(), "claude");
+    const auto lines = log.take();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_NE(lines[0].find("enabledProviders"), std::string::npos) << lines[0];
+    EXPECT_NE(lines[1].find("selectedProvider"), std::string::npos) << lines[1];
+}
+
+// Dotfile managers keep the real file elsewhere and link it into place; a save must not turn the
+// link into a file of its own.
+TEST(AppSettings, ASymlinkedFileIsWrittenThroughItsLink) {
+    TempDir dir;
+    g_mkdir_with_parents(dir.file("dotfiles").c_str(), 0700);
+    g_mkdir_with_parents(dir.file("ostrel").c_str(), 0700);
+    writeFile(dir.file("dotfiles/settings.ini"), "[Ostrel]\ngaugeTheme=candle\n");
+    ASSERT_EQ(symlink("../dotfiles/settings.ini", settingsFile(dir).c_str()), 0);
+    AppSettings s(settingsFile(dir));
+    EXPECT_EQ(s.theme(), GaugeTheme::candle);
+    s.setTheme(GaugeTheme::hearts);
+    EXPECT_TRUE(g_file_test(settingsFile(dir).c_str(), G_FILE_TEST_IS_SYMLINK)) << "still a link";
+    EXPECT_EQ(AppSettings(dir.file("dotfiles/settings.ini")).theme(), GaugeTheme::hearts);
+}
+
+// The base-directory rules: a relative $XDG_CONFIG_HOME is ignored, else the settings (and the
+// autostart entry beside them) would land under whatever folder the app was started from.
+TEST(AppSettings, ARelativeConfigHomeIsIgnored) {
+    TempDir dir;
+    struct Env {
+        const char* name;
+        std::optional<std::string> was;
+        Env(const char* n, const std::string& value) : name(n) {
+            if (const char* v = g_getenv(n)) was = v;
+            g_setenv(n, value.c_str(), TRUE);
+        }
+        ~Env() { was ? void(g_setenv(name, was->c_str(), TRUE)) : g_unsetenv(name); }
+    };
+    const Env home("HOME", dir.path());
+    {
+        const Env config("XDG_CONFIG_HOME", "relative/config");
+        EXPECT_EQ(defaultSettingsPath(), dir.file(".config/ostrel/settings.ini"));
+    }
+    const Env config("XDG_CONFIG_HOME", dir.file("elsewhere"));
+    EXPECT_EQ(defaultSettingsPath(), dir.file("elsewhere/ostrel/settings.ini"));
 }

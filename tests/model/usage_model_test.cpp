@@ -199,6 +199,133 @@ TEST_F(UsageModelTest, RateLimitsKeepTheLoginAndHoldThePollBack) {
     EXPECT_EQ(rateLimitPause(9, std::nullopt, 1.2), 36min) << "30 minutes at most, before the spread";
 }
 
+// An answer that drops the numbers without a word (a 200 of the wrong shape) is a bad response: the
+// last good numbers and what was already said about them stay.
+TEST_F(UsageModelTest, AHollowAnswerKeepsTheNumbersAndTheNotificationMemory) {
+    onlyClaude();
+    EXPECT_EQ(step(40, 3h), Sent{});
+    EXPECT_EQ(step(snapshot(std::nullopt)), Sent{});
+    const ProviderState s = claudeState();
+    ASSERT_TRUE(s.snapshot && s.snapshot->main);
+    EXPECT_EQ(s.snapshot->main->percentUsed, 40);
+    EXPECT_EQ(s.status, "Error: No usage data in the response. Showing last known numbers.");
+    EXPECT_TRUE(model->isLoggedIn(claude));
+    EXPECT_EQ(step(55, 3h), Sent{"claude below50 session"}) << "the memory did not start over";
+    UsageSnapshot free = snapshot(std::nullopt);
+    free.message = "Free plan: no included usage to track";
+    step(free);
+    EXPECT_EQ(claudeState().snapshot, free) << "an answer that says why replaces the numbers";
+}
+
+// A Retry-After is honoured up to an hour, or up to the next reset when that comes sooner; a
+// service that has waited longer than that is tried when the panel opens.
+TEST_F(UsageModelTest, RetryAfterHasACeilingAndOpeningThePanelEndsALongWait) {
+    onlyClaude();
+    model->setJitter([] { return 1.0; });
+    succeed(claude, snapshot(limit("session", 40, 20min), {limit("weekly", 10, 72h)}));
+    fail(claude, ProviderError::rateLimited("claude.test", 24h));
+    EXPECT_EQ(claudeState().status, "Rate limited; next try in 20m") << "the reset comes first";
+    succeed(claude, snapshot(limit("session", 40, 5h)));
+    fail(claude, ProviderError::rateLimited("claude.test", 24h));
+    EXPECT_EQ(claudeState().status, "Rate limited; next try in 1h 0m");
+
+    ScriptedProvider& p = provider(claude);
+    p.fetches = 0;
+    clock.advance(59min);
+    runSync(model->refreshOnOpen(), 5s);
+    EXPECT_EQ(p.fetches, 0) << "within the ceiling, opening the panel does not ask early";
+    clock.advance(1min);
+    runSync(model->refreshDue(), 5s); // limited again: another hour
+    EXPECT_EQ(p.fetches, 1);
+    clock.advance(2min);
+    runSync(model->refreshDue(), 5s);
+    EXPECT_EQ(p.fetches, 1);
+    runSync(model->refreshOnOpen(), 5s);
+    EXPECT_EQ(p.fetches, 2) << "silent for over an hour: opening the panel tries it";
+}
+
+// A bot wall that stays costs a full load of the site's page per try: the tries back off like rate
+// limits (2, 4, 8, 16, 30 minutes), and the wall's own words stay on show.
+TEST_F(UsageModelTest, ALastingBotWallIsTriedLessAndLessOften) {
+    onlyClaude();
+    model->setJitter([] { return 1.0; });
+    succeed(claude, snapshot(limit("session", 40, 10h)));
+    ScriptedProvider& p = provider(claude);
+    p.script.clear();
+    p.thenThrow(ProviderError::botCheck("claude.test"));
+    p.fetches = 0;
+    model->start();
+    clock.advance(29min);
+    EXPECT_EQ(p.fetches, 4) << "at 0, 2, 6 and 14 minutes";
+    EXPECT_EQ(claudeState().botCheckHost, std::optional<std::string>("claude.test"));
+    EXPECT_EQ(claudeState().status.rfind("Blocked by claude.test", 0), 0u) << claudeState().status;
+    clock.advance(1min);
+    EXPECT_EQ(p.fetches, 5);
+    EXPECT_TRUE(model->isLoggedIn(claude));
+    answer(claude, snapshot(limit("session", 45, 10h)));
+    login.onClose(claude); // the user passed the check in the site's own page
+    EXPECT_EQ(p.fetches, 6);
+    EXPECT_FALSE(claudeState().retryAt) << "through the wall: the back-off is over";
+}
+
+// The main loop's timers stand still while the machine sleeps; on waking (the system says so, or
+// the tick finds the clock far ahead) what is due refreshes at once, not a poll interval late.
+TEST_F(UsageModelTest, WakingFromSleepRefreshesWhatIsDue) {
+    settings.setEnabled({claude, cursor});
+    model->setJitter([] { return 1.0; });
+    succeed(claude, snapshot(limit("session", 40, 10h)));
+    succeed(cursor, snapshot(limit("monthly", 10, 20 * 24h)));
+    clock.advance(8h);
+    fail(cursor, ProviderError::rateLimited("cursor.test", 30min));
+    ScriptedProvider &c = provider(claude), &k = provider(cursor);
+    c.fetches = k.fetches = 0;
+    model->resumed();
+    EXPECT_EQ(c.fetches, 1) << "its poll was due hours ago";
+    EXPECT_EQ(k.fetches, 0) << "it asked to be left alone";
+    model->resumed();
+    EXPECT_EQ(c.fetches, 1) << "just asked: not due";
+    runSync(model->tick(), 5s); // the first tick since the jump finds nothing left to do
+
+    clock.advance(20s);
+    runSync(model->tick(), 5s);
+    EXPECT_EQ(c.fetches, 1) << "an ordinary tick";
+    clock.advance(3h);
+    runSync(model->tick(), 5s);
+    EXPECT_EQ(c.fetches, 2) << "the clock jumped: the machine slept";
+    EXPECT_EQ(k.fetches, 1);
+}
+
+// While the network is down a failure is no news: no error, no notification, the numbers and the
+// login stay. Back online, every service refreshes within a few seconds.
+TEST_F(UsageModelTest, OfflineFailuresChangeNothingAndReconnectingRefreshes) {
+    settings.setEnabled({claude, cursor});
+    succeed(claude, snapshot(limit("session", 40, 10h)));
+    succeed(cursor, snapshot(limit("monthly", 10, 20 * 24h)));
+    const ProviderState before = claudeState();
+    model->changed.connect([this] { ++changes; });
+    model->setOnline(false);
+    EXPECT_TRUE(model->isOffline());
+    EXPECT_EQ(changes, 1) << "the panel shows it";
+    fail(claude, WebError("Could not resolve host"));
+    fail(cursor, ProviderError::needsLogin());
+    EXPECT_EQ(claudeState().status, before.status);
+    EXPECT_FALSE(claudeState().lastError);
+    EXPECT_TRUE(model->isLoggedIn(cursor));
+    EXPECT_TRUE(notifier.take().empty());
+
+    answer(claude, snapshot(limit("session", 50, 10h)));
+    answer(cursor, snapshot(limit("monthly", 12, 20 * 24h)));
+    provider(claude).fetches = provider(cursor).fetches = 0;
+    model->setOnline(true);
+    EXPECT_FALSE(model->isOffline());
+    clock.advance(5s);
+    EXPECT_EQ(provider(claude).fetches, 1);
+    EXPECT_EQ(provider(cursor).fetches, 1);
+    EXPECT_EQ(claudeState().snapshot->main->percentUsed, 50);
+    fail(claude, WebError("Could not resolve host"));
+    EXPECT_TRUE(claudeState().lastError) << "online, a failure shows again";
+}
+
 // A log-out clears the service; when a refresh of it is under way, the log-out wins: the old
 // login's answer is dropped.
 TEST_F(UsageModelTest, ALogOutClearsTheServiceAndWinsOverARefreshUnderWay) {

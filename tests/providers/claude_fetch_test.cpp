@@ -41,13 +41,17 @@ TEST_F(ClaudeFetch, AnswersAndWhetherTheOrganizationIsKept) {
         {{http(403)}, "Not logged in", false},
         {{http(500)}, "HTTP 500 from service.test", false},
         {{http(200, "[]")}, "Not logged in", false},
-        {{http(200, "<html>")}, "Not logged in", false},
+        // A 200 that is not the list (the app shell while the site deploys) is no log-out.
+        {{http(200, "<!doctype html><html><div id=root>")}, "Unexpected response from service.test", false},
+        {{http(200, R"({"error":"busy"})")}, "Unexpected response from service.test", false},
         {{http(200, R"([{"name":"x"}])")}, "Not logged in", false},
         {{orgs, http(401)}, "Not logged in", false},
         {{orgs, http(403, "{}")}, "Not logged in", false},
         {{orgs, http(404)}, "HTTP 404 from service.test", false},
         {{orgs, http(500)}, "HTTP 500 from service.test", true},
         {{orgs, http(200, "[1,2]")}, "Unexpected response from service.test", true},
+        {{orgs, http(200, "<html>")}, "The data couldn't be read because it isn't valid JSON", true},
+        {{orgs, http(200, R"({"type":"error"})")}, "Unexpected response from service.test", true},
         {{orgs, http(0, "Page: a | Direct: b")}, "Page: a | Direct: b", true},
         // One full visit of the site lets its check run; still walled after it, a bot check.
         {{orgs, wall, usage}, "no error", true},
@@ -66,10 +70,30 @@ TEST_F(ClaudeFetch, AnswersAndWhetherTheOrganizationIsKept) {
     EXPECT_EQ(web->siteVisits, 3);
 }
 
-TEST(RetryAfter, OnlyWholeSecondsAreRead) {
-    EXPECT_EQ(parseRetryAfter("120"), std::chrono::seconds(120));
-    EXPECT_EQ(parseRetryAfter(" 5 "), std::chrono::seconds(5));
-    EXPECT_EQ(parseRetryAfter("99999999"), std::chrono::seconds(24 * 3600)) << "capped at a day";
-    for (const char* bad : {"", "-1", "soon", "1.5", "Wed, 21 Oct 2015 07:28:00 GMT"})
-        EXPECT_EQ(parseRetryAfter(bad), std::nullopt) << bad;
+// Both forms a server may use: seconds, or a date (in any of HTTP's three date forms).
+TEST(RetryAfter, SecondsAndDatesAreRead) {
+    using namespace std::chrono;
+    const TimePoint now = sys_days(year(2015) / 10 / 21) + 7h + 20min;
+    const std::pair<const char*, std::optional<seconds>> rows[] = {
+        {"120", 120s},
+        {" 5 ", 5s},
+        {"99999999", 24h},
+        {"Wed, 21 Oct 2015 07:28:00 GMT", 480s},
+        {"Wednesday, 21-Oct-15 07:28:00 GMT", 480s},
+        {"Wed Oct 21 07:28:00 2015", 480s},
+        {"Wed, 21 Oct 2015 07:19:00 GMT", 0s},  // already past: no wait
+        {"Sat, 21 Oct 2017 07:28:00 GMT", 24h}, // beyond a day: a day
+        {"", std::nullopt},
+        {"-1", std::nullopt},
+        {"soon", std::nullopt},
+        {"1.5", std::nullopt},
+        {"Wed, 32 Oct 2015 07:28:00 GMT", std::nullopt},
+        {"Wed, 29 Feb 2015 07:28:00 GMT", std::nullopt},
+        {"Wed, 21 Oct 2015 24:28:00 GMT", std::nullopt},
+        {"Wed, 21 Oct 2015 07:28:00 PST", std::nullopt},
+        {"Wed, 21 Okt 2015 07:28:00 GMT", std::nullopt},
+        {"Wed, 21 Oct 2015 07:28 GMT", std::nullopt},
+    };
+    for (const auto& [text, wait] : rows)
+        EXPECT_EQ(parseRetryAfter(text, now), wait) << text;
 }

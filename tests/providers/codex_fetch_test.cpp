@@ -64,6 +64,9 @@ TEST_F(CodexFetch, SessionAndUsageAnswers) {
         {{session("t"), http(200, "<html>Just a moment...</html>")},
          "service.test sent a page instead of usage data"},
         {{session("t"), http(200, "[]")}, "service.test sent a page instead of usage data"},
+        // An object with neither the plan nor its limits is not the service's answer either.
+        {{session("t"), http(200, R"({"detail":"maintenance"})")}, "Unexpected response from service.test"},
+        {{session("t"), http(200, R"({"plan_type":"free"})")}, "no error"},
         {{session("t"), http(403)}, "HTTP 403 from service.test"}, // only a 401 means the token was refused
     };
     for (const auto& [answers, error] : rows) {

@@ -75,10 +75,10 @@ TEST(CodexParse, ResetTimeAndNotStarted) {
         {R"({"used_percent":5,"reset_at":{},"reset_after_seconds":60})", now + seconds(60), false},
         // Nothing used and the whole window still ahead (within a minute of its length): not started.
         {R"({"used_percent":0,"limit_window_seconds":18000,"reset_after_seconds":17941})",
-         now + seconds(17941), true},
+         now + seconds(17940), true},
         // Nothing used but part of the window gone: it runs, at 0.
         {R"({"used_percent":0,"limit_window_seconds":18000,"reset_after_seconds":17939})",
-         now + seconds(17939), false},
+         now + seconds(17940), false},
         // A reset time at or before now: over, so not started.
         {R"({"used_percent":80,"reset_at":"2025-01-01T08:00:00Z"})", now, true},
         // Seconds to go that no time point holds cannot make a window with a reset time ahead count
@@ -95,6 +95,20 @@ TEST(CodexParse, ResetTimeAndNotStarted) {
         EXPECT_EQ(w.limit.resetsAt, c.resetsAt) << c.window;
         EXPECT_EQ(w.notStarted, c.notStarted) << c.window;
     }
+}
+
+// The seconds to go count down while the answer travels: answers a poll apart, arriving after
+// different delays, name one reset time, so an unchanged limit does not read as changed.
+TEST(CodexParse, ResetTimeFromSecondsToGoDoesNotMoveWithTheAnswersDelay) {
+    const json early = {{"used_percent", 5}, {"reset_after_seconds", 3600}};
+    const json late = {{"used_percent", 5}, {"reset_after_seconds", 3599}};
+    const auto at = [](const json& w, milliseconds arrived) {
+        return CodexProvider::window(w, "primary", now + arrived)->limit.resetsAt;
+    };
+    const auto expected = at(early, milliseconds(0)).value();
+    EXPECT_EQ(at(early, milliseconds(400)), expected);
+    EXPECT_EQ(at(late, milliseconds(1700)), expected);
+    EXPECT_EQ(at(late, milliseconds(60000 + 900)), expected + minutes(1)) << "a minute later is later";
 }
 
 TEST(CodexParse, TitlesByWindowLength) {

@@ -11,9 +11,12 @@ using CursorFetch = ScriptedProviderTest<CursorProvider>;
 
 TEST_F(CursorFetch, StatusesAndBodies) {
     const std::pair<HttpResult, std::string> rows[] = {
-        // A sign-in page, a challenge or anything but a JSON object means the session is gone.
-        {http(200, "<!DOCTYPE html><html>Sign in</html>"), "Not logged in"},
-        {http(200, "[]"), "Not logged in"},
+        // A 200 that is not the usage summary (the app shell while the site deploys) says nothing
+        // about the login the cookie vouches for: not a log-out.
+        {http(200, "<!DOCTYPE html><html><div id=\"root\"></div></html>"),
+         "Unexpected response from service.test"},
+        {http(200, "[]"), "Unexpected response from service.test"},
+        {http(200, R"({"error":"maintenance"})"), "Unexpected response from service.test"},
         {http(401, "{}"), "Not logged in"},
         {http(403, "{}"), "Not logged in"},
         {http(500, "{}"), "HTTP 500 from service.test"},

@@ -50,12 +50,19 @@ TEST(ServiceTrayItems, OneSquareItemPerServiceShowingAndTheControllerFollowsTheS
         ServiceTrayItems tray(
             *m.model, [&](int index) { return std::make_unique<TrayItem>(app.get(), nullptr, index, true); });
         ASSERT_EQ(tray.items().size(), 1u) << "nothing to show: the plain icon";
-        for (ProviderID id : {ProviderID::claude, ProviderID::codex})
-            m.succeed(id, m.snapshot(m.limit("main", 25)));
+        m.succeed(ProviderID::claude, m.snapshot(m.limit("main", 25)));
+        m.succeed(ProviderID::codex, m.snapshot(m.limit("main", 60)));
         ASSERT_EQ(tray.items().size(), 2u);
         ASSERT_TRUE(listed(2)) << "the plain icon's item left with its connection";
         EXPECT_NE(watcher.items()[0].sender, watcher.items()[1].sender)
             << "each item is a party of its own, so both can sit at the usual object path";
+        // Each item tells its own service's number, not the first one's.
+        const std::pair<std::string, std::string> want[] = {{"Claude 75%", "75%"}, {"Codex 40%", "40%"}};
+        for (std::size_t i = 0; i < 2; ++i) {
+            const std::string name = tray.items()[i]->busName();
+            EXPECT_EQ(runSync(trayItemProperty(host.get(), name, "Title"), 5s), want[i].first);
+            EXPECT_EQ(runSync(trayItemProperty(host.get(), name, "XAyatanaLabel"), 5s), want[i].second);
+        }
         m.fail(ProviderID::claude, ProviderError::needsLogin());
         EXPECT_EQ(tray.items().size(), 1u) << "a service that needs a login leaves the tray";
     }

@@ -7,7 +7,7 @@ void refresh(UsageModel& model, ProviderID id) {
 }
 
 void refreshDue(UsageModel& model) {
-    model.runOwned(model.refreshDue());
+    model.runOwned(model.refreshOnOpen());
 }
 
 void logOut(UsageModel& model, ProviderID id) {

@@ -57,4 +57,10 @@ void StaleBanner::update(std::optional<TimePoint> lastUpdated, const std::option
         set_has_tooltip(false);
 }
 
+void StaleBanner::showOffline(std::optional<TimePoint> lastUpdated) {
+    openSite_.set_visible(false);
+    text_.set_text(lastUpdated ? "Offline · numbers from " + shortTime(*lastUpdated) : "Offline");
+    set_has_tooltip(false);
+}
+
 } // namespace ostrel

@@ -22,6 +22,8 @@ class StaleBanner : public Gtk::Box {
 
     void update(std::optional<TimePoint> lastUpdated, const std::optional<std::string>& detail,
                 const std::optional<std::string>& botCheckHost, bool notResponding = false);
+    // No network: "Offline · numbers from 10:42", with "Retry" but no error to tell.
+    void showOffline(std::optional<TimePoint> lastUpdated);
     std::string text() const { return text_.get_text(); }
 
   private:

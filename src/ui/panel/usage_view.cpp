@@ -64,9 +64,13 @@ void UsageView::update(const ProviderState& state) {
     const UsageSnapshot& snapshot = *state.snapshot;
     const UsageLimit& main = *snapshot.main;
 
+    // Offline, every service's numbers are old for the same plain reason; that says more than an
+    // error would.
     const bool notResponding = model_.isNotResponding(id_, model_.now());
-    banner_.set_visible(state.lastError.has_value() || model_.isStale(id_, model_.now()));
-    if (banner_.get_visible())
+    banner_.set_visible(model_.isOffline() || state.lastError.has_value() || model_.isStale(id_, model_.now()));
+    if (model_.isOffline())
+        banner_.showOffline(state.lastUpdated);
+    else if (banner_.get_visible())
         banner_.update(state.lastUpdated, state.lastError, state.botCheckHost, notResponding);
 
     gauge_.setTheme(model_.settings().theme());

@@ -66,15 +66,16 @@ TEST_F(ProviderPanelTest, ChecksFailsWithRetryShowsAMessageByAFadedLogoAndAsksTo
     press(named<Gtk::Button>(*panel, "retry"));
     EXPECT_EQ(panel->picture(), ProviderPicture::usage);
 
-    // Numbers without a main limit.
-    m.succeed(claude, PanelModel::snapshot(std::nullopt));
-    EXPECT_EQ(shownTexts(*panel), std::vector<std::string>{"No usage data yet"});
-    auto logos = all<ProviderLogo>(*panel);
-    EXPECT_EQ(std::count_if(logos.begin(), logos.end(), [](auto* logo) { return shown(*logo); }), 1);
+    // Numbers without a main limit. (Where numbers with one were shown, only an answer that says
+    // why may replace them.)
     UsageSnapshot withMessage = PanelModel::snapshot(std::nullopt);
     withMessage.message = "Usage-based pricing: no fixed allowance";
     m.succeed(claude, withMessage);
     EXPECT_EQ(shownTexts(*panel), std::vector<std::string>{"Usage-based pricing: no fixed allowance"});
+    m.succeed(claude, PanelModel::snapshot(std::nullopt));
+    EXPECT_EQ(shownTexts(*panel), std::vector<std::string>{"No usage data yet"});
+    auto logos = all<ProviderLogo>(*panel);
+    EXPECT_EQ(std::count_if(logos.begin(), logos.end(), [](auto* logo) { return shown(*logo); }), 1);
 
     m.fail(claude, ProviderError::needsLogin());
     ASSERT_TRUE(m.model->state(claude).snapshot) << "the numbers are still held";
@@ -141,6 +142,13 @@ TEST_F(ProviderPanelTest, AFailureAfterSuccessKeepsTheNumbersUnderAStaleBanner) 
     EXPECT_EQ(named<Gtk::Label>(*panel, "big-figure").get_text(), "60% left");
     auto& openSite = named<Gtk::Button>(*panel, "banner-open-site");
     EXPECT_FALSE(shown(openSite)) << "only a bot check is passed by hand";
+
+    // Offline says so, over any error: every service is old for the same plain reason.
+    m.model->setOnline(false);
+    EXPECT_EQ(banner.text(), "Offline · numbers from " + shortTime(fetched));
+    EXPECT_FALSE(shown(openSite));
+    m.model->setOnline(true);
+    EXPECT_EQ(banner.text(), "Couldn't update · showing " + shortTime(fetched));
 
     // A bot check: the numbers stay, and the site can be opened where a person passes the check.
     m.fail(claude, ProviderError::botCheck("claude.test"));
