@@ -67,7 +67,8 @@ void UsageView::update(const ProviderState& state) {
     // Offline, every service's numbers are old for the same plain reason; that says more than an
     // error would.
     const bool notResponding = model_.isNotResponding(id_, model_.now());
-    banner_.set_visible(model_.isOffline() || state.lastError.has_value() || model_.isStale(id_, model_.now()));
+    banner_.set_visible(model_.isOffline() || state.lastError.has_value() ||
+                        model_.isStale(id_, model_.now()));
     if (model_.isOffline())
         banner_.showOffline(state.lastUpdated);
     else if (banner_.get_visible())
