@@ -153,6 +153,8 @@ void OstrelApp::on_startup() {
 }
 
 void OstrelApp::on_activate() {
+    // A start that failed has set up nothing to show; it is on its way out.
+    if (startFailed_) return;
     // The first start sets up the tray, and shows the panel only where there is none; starting the
     // app again opens (raises) the panel.
     if (!std::exchange(activatedOnce_, true)) {

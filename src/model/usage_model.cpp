@@ -170,13 +170,17 @@ Task<void> UsageModel::refreshDue() {
 }
 
 Task<void> UsageModel::refreshOnOpen() {
+    std::vector<ProviderID> due;
     for (ProviderID id : activeProviders())
-        if (!resting(id) || retriesOnOpen(state(id), clock_.now())) co_await refresh(id);
+        if (!resting(id) || retriesOnOpen(state(id), clock_.now())) due.push_back(id);
+    co_await refreshEach(std::move(due));
 }
 
 Task<void> UsageModel::refreshWoken() {
+    std::vector<ProviderID> due;
     for (ProviderID id : activeProviders())
-        if (pollDue(state(id), clock_.now())) co_await refresh(id);
+        if (pollDue(state(id), clock_.now())) due.push_back(id);
+    co_await refreshEach(std::move(due));
 }
 
 void UsageModel::resumed() {
@@ -283,7 +287,8 @@ Task<void> UsageModel::tick() {
     lastTick_ = now_;
     if (woke) {
         log("The clock moved on by more than a tick: refreshing what is due");
-        co_await refreshWoken();
+        // Not awaited: the tick's own bookkeeping must not wait on a service that hangs.
+        tasks_.spawn(refreshWoken());
     }
     updateTrayAppearance();
     changed.emit();

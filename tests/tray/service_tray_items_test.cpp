@@ -57,7 +57,8 @@ TEST(ServiceTrayItems, OneSquareItemPerServiceShowingAndTheControllerFollowsTheS
         EXPECT_NE(watcher.items()[0].sender, watcher.items()[1].sender)
             << "each item is a party of its own, so both can sit at the usual object path";
         // Each item tells its own service's number, not the first one's.
-        const std::pair<std::string, std::string> want[] = {{"Claude 75%", "75%"}, {"Codex 40%", "40%"}};
+        const std::pair<std::string, std::string> want[] = {{"Ostrel 1 of 2: Claude 75%", "75%"},
+                                                            {"Ostrel 2 of 2: Codex 40%", "40%"}};
         for (std::size_t i = 0; i < 2; ++i) {
             const std::string name = tray.items()[i]->busName();
             EXPECT_EQ(runSync(trayItemProperty(host.get(), name, "Title"), 5s), want[i].first);
