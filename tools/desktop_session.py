@@ -44,12 +44,19 @@ class Desk(th.Session):
         return [n for n in self.registered_items() if f"-{pid}-" in n or n.startswith(":")]
 
     def item_text(self, name, prop):
-        service = name.split("/", 1)[0]
-        r = self.run(["dbus-send", "--session", "--print-reply", f"--dest={service}", "/StatusNotifierItem",
+        service, path = item_address(name)
+        r = self.run(["dbus-send", "--session", "--print-reply", f"--dest={service}", path,
                       "org.freedesktop.DBus.Properties.Get", "string:org.kde.StatusNotifierItem",
                       f"string:{prop}"])
         m = re.search(r'string "([^"]*)"', r.stdout)
         return m[1] if m else None
+
+
+def item_address(name):
+    """A listed item's bus name and object path. Watchers list an item as its name alone, as
+    ":1.42/StatusNotifierItem", or (GNOME's extension) as ":1.42@/StatusNotifierItem"."""
+    service, _, path = name.partition("/")
+    return service.rstrip("@"), "/" + path if path else "/StatusNotifierItem"
 
 
 def start_app(session, name, env=None):

@@ -9,7 +9,8 @@ import subprocess
 import time
 
 import tray_host as th
-from desktop_session import (DARK, LIGHT, RUN, Desk, check_status, demo_levels, info, marks_in, read_png,
+from desktop_session import (DARK, LIGHT, RUN, Desk, check_status, demo_levels, info, item_address, marks_in,
+                             read_png,
                              result, start_app, told_apart)
 
 GNOME_EXTENSION = "ubuntu-appindicators@ubuntu.com"
@@ -115,7 +116,7 @@ GNOME_CLICK = ("(() => { const C = imports.gi.Clutter, t = imports.gi.GLib.get_m
 
 def gnome_click(s, host, name, indicator):
     # The extension keeps a single click for the item's menu and calls Activate on a double one.
-    service = name.split("/", 1)[0]
+    service, path = item_address(name)
     key, x, y, w, h, _ = indicator
     gnome_eval(s, "JSON.stringify(Main.overview.hide() ?? 1)")  # the shell may start in its overview
     time.sleep(1)
@@ -129,7 +130,7 @@ def gnome_click(s, host, name, indicator):
     gnome_eval(s, f"JSON.stringify(Main.panel.statusArea['{key}'].menu.close() ?? 1)")
     if panel:
         return
-    s.run(["dbus-send", "--session", "--print-reply", f"--dest={service}", "/StatusNotifierItem",
+    s.run(["dbus-send", "--session", "--print-reply", f"--dest={service}", path,
            "org.kde.StatusNotifierItem.Activate", f"int32:{x + w // 2}", f"int32:{y + h}"])
     try:
         windows = th.wait_for("the panel", lambda: [w for w in gnome_eval(s, GNOME_WINDOWS) or []
