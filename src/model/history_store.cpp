@@ -62,7 +62,9 @@ void prepareFile(const std::string& path) {
     GCharPtr dir(g_path_get_dirname(path.c_str()));
     if (g_mkdir_with_parents(dir.get(), 0700) != 0)
         throw SqliteError(std::string("cannot create the folder: ") + std::strerror(errno));
-    g_chmod(dir.get(), 0700);
+    // Tighten the history's own folder, never a shared one a stray path names (the root, home).
+    const std::string folder = dir.get();
+    if (folder != "/" && folder != "." && folder != g_get_home_dir()) g_chmod(folder.c_str(), 0700);
     const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (fd < 0) throw SqliteError(std::string("cannot open the file: ") + std::strerror(errno));
     ::fchmod(fd, 0600);
