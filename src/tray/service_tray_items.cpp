@@ -9,8 +9,9 @@ bool showsNewestFirst(const std::string& host) {
     return host == "xfce4-panel" || (host.rfind("panel-", 0) == 0 && host.ends_with("-systray"));
 }
 
-ServiceTrayItems::ServiceTrayItems(UsageModel& model, ItemFactory makeItem, bool newestFirst)
-    : model_(model), makeItem_(std::move(makeItem)), newestFirst_(newestFirst) {
+ServiceTrayItems::ServiceTrayItems(UsageModel& model, ItemFactory makeItem, bool newestFirst,
+                                   std::chrono::milliseconds settle)
+    : model_(model), makeItem_(std::move(makeItem)), newestFirst_(newestFirst), settle_(settle) {
     changed_ = model_.changed.connect([this] { update(); });
     update();
 }
@@ -23,7 +24,16 @@ void ServiceTrayItems::update() {
     const std::vector<TrayEntry> shown = model_.trayEntries();
     const bool dark = model_.isDarkTray();
     const std::size_t wanted = std::max<std::size_t>(shown.size(), 1);
-    if (items_.size() != wanted) rebuild(wanted);
+    if (items_.size() != wanted) {
+        if (!items_.empty() && settle_.count() > 0) {
+            // Wait for the number to hold still; until then the items keep their last look.
+            settling_ = SourceId(
+                g_timeout_add(static_cast<guint>(settle_.count()), &ServiceTrayItems::onSettled, this));
+            return;
+        }
+        rebuild(wanted);
+    }
+    settling_.remove();
 
     if (shown.empty()) {
         std::vector<TrayPixmap> icon;
@@ -54,6 +64,14 @@ void ServiceTrayItems::update() {
 } // namespace ostrel
 
 namespace ostrel {
+
+gboolean ServiceTrayItems::onSettled(gpointer data) {
+    auto* self = static_cast<ServiceTrayItems*>(data);
+    self->settling_.forget();
+    self->rebuild(std::max<std::size_t>(self->model_.trayEntries().size(), 1));
+    self->update();
+    return G_SOURCE_REMOVE;
+}
 
 void ServiceTrayItems::rebuild(std::size_t count) {
     // A host that orders by registration would put an item added later at one end: all of them go

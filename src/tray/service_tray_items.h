@@ -5,12 +5,16 @@
 //
 // The items show in the tabs' order (Claude, Cursor, Codex) on every kind of host: they register one
 // after another, in that order or, for hosts that show the newest item first (Xfce), in reverse;
-// a change in their number registers them all again, in order. Hosts that sort items by title
+// a change in their number registers them all again, in order, once the number has settled: at
+// start the services answer one after another, and items that come and go within moments crash
+// Xfce's tray plugin. Hosts that sort items by title
 // (Plasma) get titles that begin with the item's place: "Ostrel 1 of 3: Claude 43% left, …".
 
+#include "base/gobject_ptr.h"
 #include "model/usage_model.h"
 #include "tray/tray_item.h"
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -28,7 +32,9 @@ class ServiceTrayItems {
     // `makeItem(index)` creates the index-th item (1, 2, …) with the app's actions.
     using ItemFactory = std::function<std::unique_ptr<TrayItem>(int index)>;
 
-    ServiceTrayItems(UsageModel& model, ItemFactory makeItem, bool newestFirst = false);
+    // `settle`: how long the number of items must hold still before they are made again.
+    ServiceTrayItems(UsageModel& model, ItemFactory makeItem, bool newestFirst = false,
+                     std::chrono::milliseconds settle = std::chrono::milliseconds(0));
     ServiceTrayItems(const ServiceTrayItems&) = delete;
     ServiceTrayItems& operator=(const ServiceTrayItems&) = delete;
     ~ServiceTrayItems();
@@ -39,10 +45,13 @@ class ServiceTrayItems {
   private:
     // Makes `count` items anew, each registering after the one before it in the host's order.
     void rebuild(std::size_t count);
+    static gboolean onSettled(gpointer self);
 
     UsageModel& model_;
     ItemFactory makeItem_;
     bool newestFirst_;
+    std::chrono::milliseconds settle_;
+    SourceId settling_; // a rebuild waiting for the number to hold still
     std::vector<std::unique_ptr<TrayItem>> items_;
     sigc::connection changed_;
 };

@@ -6,6 +6,11 @@
 
 namespace ostrel {
 
+namespace {
+// How long the number of per-service items holds still before they are made again.
+constexpr std::chrono::milliseconds itemsSettle{2000};
+} // namespace
+
 TrayController::TrayController(UsageModel& model, GDBusConnection* bus, GActionGroup* actions)
     : model_(model), bus_(bus), actions_(actions),
       override_(g_getenv("OSTREL_TRAY_ITEMS") ? g_getenv("OSTREL_TRAY_ITEMS") : ""), host_(bus) {
@@ -54,7 +59,7 @@ void TrayController::apply() {
         services_ = std::make_unique<ServiceTrayItems>(
             model_,
             [bus, actions](int index) { return std::make_unique<TrayItem>(bus, actions, index, true); },
-            newestFirst);
+            newestFirst, itemsSettle);
     } else {
         label_ = std::make_unique<TrayItem>(bus_, actions_);
         presenter_ = std::make_unique<TrayPresenter>(model_, *label_, shape == TrayShape::textBeside);

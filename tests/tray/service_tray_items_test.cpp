@@ -121,4 +121,18 @@ TEST(ServiceTrayItems, ShowInTheTabsOrderWhereHostsOrderByRegistrationOrByTitle)
         tray.reset(); // the items go with their connections, and the host drops them
         ASSERT_TRUE(runLoopUntil([&] { return watcher.items().empty(); }, 5s));
     }
+    // Services that answer one after another at start: the items are made again once their number
+    // holds still, not at each answer (Xfce's tray plugin crashes on items that come and go).
+    ScriptedModel m;
+    const std::size_t before = watcher.registrations().size();
+    ServiceTrayItems tray(
+        *m.model, [&](int index) { return std::make_unique<TrayItem>(nullptr, nullptr, index, true); }, true,
+        300ms);
+    ASSERT_TRUE(runLoopUntil([&] { return watcher.items().size() == 1; }, 5s));
+    for (ProviderID id : {ProviderID::codex, ProviderID::claude, ProviderID::cursor}) {
+        m.succeed(id, m.snapshot(m.limit("main", 25)));
+        runLoopUntil([] { return false; }, 100ms); // time enough for items made at once to register
+    }
+    ASSERT_TRUE(runLoopUntil([&] { return watcher.items().size() == 3; }, 10s));
+    EXPECT_EQ(watcher.registrations().size() - before, 4u) << "the plain icon, then the three once";
 }
