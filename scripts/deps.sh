@@ -20,7 +20,7 @@ desktop_pkgs=(xvfb xauth dbus-daemon imagemagick python3 x11-utils xdotool
               gnome-shell gnome-shell-extension-appindicator
               sway waybar grim fonts-font-awesome
               plasma-desktop plasma-workspace kded5
-              xfce4-panel xfwm4 xfconf)
+              xfce4-panel xfwm4 xfconf python3-gi gir1.2-gtk-4.0)
 
 pkgs=("${build_pkgs[@]}")
 case "${1:-}" in

@@ -114,6 +114,12 @@ GNOME_CLICK = ("(() => { const C = imports.gi.Clutter, t = imports.gi.GLib.get_m
                " d.notify_button(t + 2000, 1, C.ButtonState.RELEASED); return '1'; })()")
 
 
+OTHER_WINDOW = ("import gi; gi.require_version('Gtk', '4.0'); from gi.repository import Gtk, GLib\n"
+                "app = Gtk.Application(application_id='app.ostrel.Check.Other')\n"
+                "app.connect('activate', lambda a: Gtk.ApplicationWindow(application=a, title='Other').present())\n"
+                "app.run([])")
+
+
 def gnome_click(s, host, name, indicator):
     # The extension keeps a single click for the item's menu and calls Activate on a double one.
     service, path = item_address(name)
@@ -143,6 +149,21 @@ def gnome_click(s, host, name, indicator):
         path = os.path.join(RUN.out, "desktop-gnome-panel.png")
         shot(s, path)
         info(host, f"screen with the panel: {path.replace('.png', '-screen.png')}")
+        focused = gnome_eval(s, "JSON.stringify(global.display.focus_window?.title ?? '')")
+        # Another window takes the focus (a headless shell has no desktop to click on): the panel
+        # closes.
+        other = s.start("other-window", ["/usr/bin/python3", "-c", OTHER_WINDOW])
+        try:
+            th.wait_for("the panel to close", lambda: not [w for w in gnome_eval(s, GNOME_WINDOWS) or []
+                                                           if w[0] == "Ostrel" and w[4] > 0], 8)
+            result(host, "focus loss closes the panel", True, f"focused before: {focused!r}")
+        except th.Failure as e:
+            after = gnome_eval(s, "JSON.stringify(global.display.focus_window?.title ?? '')")
+            titles = [w[0] for w in gnome_eval(s, GNOME_WINDOWS) or []]
+            result(host, "focus loss closes the panel", False,
+                   f"{e}; focused before: {focused!r}, after: {after!r}; windows {titles}")
+        finally:
+            s.stop(other)
     except th.Failure as e:
         result(host, "Activate (a double click) opens the panel", False, str(e))
 
