@@ -12,11 +12,15 @@ import tray_host as th
 
 LIGHT = (0xee, 0xee, 0xee)
 DARK = (0x22, 0x22, 0x22)
-# What this run is about: the app, the folder for pictures, the points failed so far.
-RUN = types.SimpleNamespace(app="", out="", failures=0)
+# What this run is about: the app, the folder for pictures, the points failed so far, and the points
+# known to fail still (they print as OPEN, so a run that checks the rest stays green).
+RUN = types.SimpleNamespace(app="", out="", failures=0, known_open=())
 
 
 def result(host, point, ok, detail):
+    if not ok and point in RUN.known_open:
+        print(f"OPEN {host}: {point}: {detail}", flush=True)
+        return
     RUN.failures += not ok
     print(f"{'PASS' if ok else 'FAIL'} {host}: {point}: {detail}", flush=True)
 

@@ -172,7 +172,9 @@ def main():
     parser.add_argument("--hosts", default="gnome,sway,plasma,xfce,none")
     parser.add_argument("--starts", type=int, default=3, help="how often GNOME Shell sees the app start")
     parser.add_argument("--patience", type=int, default=1, help="multiply every wait by this")
+    parser.add_argument("--known-open", default="", help="points known to fail still, comma-separated")
     args = parser.parse_args()
+    RUN.known_open = tuple(p for p in args.known_open.split(",") if p)
     th.PATIENCE = args.patience
     RUN.app, RUN.out = os.path.abspath(args.app), os.path.abspath(args.out)
     os.makedirs(RUN.out, exist_ok=True)
