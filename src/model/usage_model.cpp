@@ -162,25 +162,26 @@ bool UsageModel::resting(ProviderID id) const {
     return isResting(state(id), clock_.now());
 }
 
-Task<void> UsageModel::refreshDue() {
-    std::vector<ProviderID> due;
+std::vector<ProviderID> UsageModel::activeWhere(const std::function<bool(ProviderID)>& keep) const {
+    std::vector<ProviderID> out;
     for (ProviderID id : activeProviders())
-        if (!resting(id)) due.push_back(id);
-    co_await refreshEach(std::move(due));
+        if (keep(id)) out.push_back(id);
+    return out;
+}
+
+Task<void> UsageModel::refreshDue() {
+    co_await refreshEach(activeWhere([this](ProviderID id) { return !resting(id); }));
 }
 
 Task<void> UsageModel::refreshOnOpen() {
-    std::vector<ProviderID> due;
-    for (ProviderID id : activeProviders())
-        if (!resting(id) || retriesOnOpen(state(id), clock_.now())) due.push_back(id);
-    co_await refreshEach(std::move(due));
+    const TimePoint now = clock_.now();
+    co_await refreshEach(
+        activeWhere([&](ProviderID id) { return !resting(id) || retriesOnOpen(state(id), now); }));
 }
 
 Task<void> UsageModel::refreshWoken() {
-    std::vector<ProviderID> due;
-    for (ProviderID id : activeProviders())
-        if (pollDue(state(id), clock_.now())) due.push_back(id);
-    co_await refreshEach(std::move(due));
+    const TimePoint now = clock_.now();
+    co_await refreshEach(activeWhere([&](ProviderID id) { return pollDue(state(id), now); }));
 }
 
 void UsageModel::resumed() {

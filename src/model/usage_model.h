@@ -127,6 +127,8 @@ class UsageModel {
 
   private:
     Task<void> refreshEach(std::vector<ProviderID> ids);
+    // The active services `keep` says yes to, in service order.
+    std::vector<ProviderID> activeWhere(const std::function<bool(ProviderID)>& keep) const;
     Task<void> performRefresh(ProviderID id);
     Task<void> refreshWoken();
     bool resting(ProviderID id) const;
